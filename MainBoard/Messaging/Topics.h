@@ -1,0 +1,31 @@
+#pragma once
+// Topics the daemon publishes on its metadata endpoint and receives from the
+// decoder. The two trailing '>' of the PA topics belong to their names.
+
+namespace topic {
+
+// Published on dlbMetadataPub.ipc
+constexpr const char* kDolbyProcStatus = "DolbyProcStatus";
+constexpr const char* kDolbyMetadataGrp = "DolbyMetadataGrp";
+constexpr const char* kDolbyMetadataGrpRepub = "DolbyMetadataGrpRepub";
+constexpr const char* kDolbyPAData = "DolbyPAData>>";
+constexpr const char* kDolbyPADataRepub = "DolbyPADataRepub>>";  // defined, never sent
+constexpr const char* kDolbyLUDataBin = "DolbyLUDataBin";        // loudness, never sent
+
+// From the decoder
+constexpr const char* kDolbyMetadataEvent = "DolbyMetadataEvent";
+constexpr const char* kDolbyMetadataBinEvent = "DolbyMetadataBinEvent";
+
+// From the application server, the hardware monitor and the process monitor
+constexpr const char* kAppPresetConfiguration = "AppPresetConfiguration";
+constexpr const char* kHwmDlbZoomVideoLines = "HwmDlbZoomVideoLines";
+constexpr const char* kHwmSignalStatus = "HwmSignalStatus";
+constexpr const char* kHwmDlbZoom = "HwmDlbZoom";
+constexpr const char* kHwmDolbyPreset = "HwmDolbyPreset";
+constexpr const char* kHwmDolbyDecodeStop = "HwmDolbyDecodeStop";
+constexpr const char* kDolbyZoomPair = "DolbyZoomPair";
+constexpr const char* kHbSysStatusEvent = "HbSysStatusEvent";
+constexpr const char* kHbProcsStatus = "HbProcsStatus";
+constexpr const char* kHbAppCmd = "HbAppCmd";
+
+}  // namespace topic

@@ -1,0 +1,104 @@
+#pragma once
+// Process-wide log service: coloured console lines, an optional circular log
+// file and JSON records pushed to the device's log-sink queue.
+//
+// Callers log with a format that starts "%s|%u|" (file name, line) followed by
+// the text in literal double quotes; LOG_AT() below does the threshold checks
+// and fills in the file and line.
+
+#include <cstdarg>
+#include <cstdint>
+#include <cstdio>
+#include <string>
+
+typedef struct _zsock_t zsock_t;
+
+enum MsgLevel_e : int32_t {
+  MSG_LEVEL_NOTSET = 0,
+  MSG_LEVEL_DEBUG = 10,
+  MSG_LEVEL_INFO = 20,
+  MSG_LEVEL_WARN = 30,
+  MSG_LEVEL_ERROR = 40,
+  MSG_LEVEL_CRITICAL = 50,
+};
+
+enum MsgType_e : int32_t {
+  MSG_TYPE_LOG = 0,
+  MSG_TYPE_NOTIFY = 1,
+};
+
+class Logger {
+ public:
+  static Logger* GetInstance();
+  static void DeleteInstance();
+
+  int Critical(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  int Error(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  int Warn(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  int Info(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  int Debug(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  int Notify(MsgLevel_e level, const char* title, const char* fmt, ...)
+      __attribute__((format(printf, 4, 5)));
+
+  bool SendJson(MsgType_e type, MsgLevel_e level, const char* message, const char* title);
+  static const char* GetLevelName(MsgLevel_e level);
+
+  bool AttachMqOverTcp();
+  bool AttachMqOverIpc();
+  bool DetachMq();
+  bool isMqAttached() const { return mpMqSock != nullptr; }
+
+  // Returns false even when the file was opened: callers must not read the
+  // result as a failure indicator.
+  bool AttachFile(const char* path, unsigned totalSize, unsigned count);
+  bool DetachFile();
+
+  static Logger* mpLogger;
+
+  zsock_t* mpMqSock = nullptr;
+  FILE* mpFile = nullptr;
+  uint32_t mFileSizeLimit = 5120;
+  uint32_t mFileCount = 1;
+  int32_t mRewindCount = 0;
+  std::string mFilePath;
+  MsgLevel_e mLevel = MSG_LEVEL_WARN;
+  bool mbReserved1 = true;   // set at construction, read by nothing
+  bool mbReserved2 = false;  // set at construction, read by nothing
+  bool mbConsole = false;
+  bool mbFileAttached = false;
+  bool mbMuted = false;
+  char mName[8];
+  char mMsgBuf[2048];
+
+ private:
+  Logger();
+  ~Logger();
+  Logger(const Logger&) = delete;
+  Logger& operator=(const Logger&) = delete;
+
+  int Log(MsgLevel_e level, const char* fmt, va_list args);
+  bool OpenFile(const char* path);
+  bool RewindFile(FILE* stream);
+  void CheckFileSize();
+  void HandleFileError();
+  void CloseFile();
+};
+
+// The source file's name without its directories, for the "%s|%u|" prefix.
+constexpr const char* LogFileName(const char* path) {
+  const char* name = path;
+  for (const char* p = path; *p != '\0'; ++p) {
+    if (*p == '/') name = p + 1;
+  }
+  return name;
+}
+
+// Logs through a class's own logger copy when both the class threshold and
+// the logger are present: LOG_AT(cFoo, Warn, 30, "\"Got %d.\"", n).
+#define LOG_AT(Class, Func, Level, fmt, ...)                                        \
+  do {                                                                                  \
+    if (Class::mLogLevel <= (Level) && Class::mpLogger != nullptr) {                   \
+      Class::mpLogger->Func("%s|%u|" fmt, LogFileName(__FILE__), unsigned(__LINE__), \
+                            ##__VA_ARGS__);                                              \
+    }                                                                                   \
+  } while (0)

@@ -1,0 +1,31 @@
+#pragma once
+// Monotonic millisecond timer. A stopped (or never started) timer counts as
+// timed out; a running one times out once and then stops itself.
+
+#include <ctime>
+
+class cTimer {
+ public:
+  cTimer();
+  explicit cTimer(unsigned int timeoutMs);
+
+  void Restart();
+  void Restart(unsigned int timeoutMs);
+  void Start();
+  void ClearTimer();
+  void SetTimeout(unsigned int timeoutMs);
+  unsigned GetElapsedMs() const;
+  bool HasTimedOut();
+  bool Stop();
+  bool IsRunning() const { return mbRunning; }
+  unsigned GetTimeoutMs() const { return mTimeoutMs; }
+
+  static unsigned GetCurrentTimeMs();
+  static void SleepForSomeTime(int microseconds);
+  static unsigned GetElapsedTime(timespec* start);
+
+ private:
+  unsigned int mStartMs = 0;
+  unsigned int mTimeoutMs = 0;
+  bool mbRunning = false;
+};
