@@ -1,1 +1,204 @@
-// placeholder: not yet written
+#include "HeartBeater.h"
+
+#include <czmq.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <new>
+
+#include <rapidjson/document.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+
+#include "Logger.h"
+#include "MqEndpoints.h"
+
+cHeartBeater* cHeartBeater::mpHeartBeater = nullptr;
+Logger* cHeartBeater::mpLogger = nullptr;
+int32_t cHeartBeater::mLogLevel = MSG_LEVEL_WARN;
+
+namespace {
+constexpr const char* kHbTopic = "HbProc";
+constexpr const char* kRepubTopic = "HbReqRepubSysStatus";
+constexpr const char* kAppCmdTopic = "HbFwdAppCmd";
+constexpr const char* kUnknownVersion = "Unknown";
+}  // namespace
+
+cHeartBeater* cHeartBeater::GetInstance() {
+  if (mpHeartBeater == nullptr) {
+    mpHeartBeater = new (std::nothrow) cHeartBeater();
+    if (mpHeartBeater == nullptr) return nullptr;
+    mpLogger = Logger::GetInstance();
+    atexit(DeleteInstance);
+  }
+  return mpHeartBeater;
+}
+
+void cHeartBeater::DeleteInstance() {
+  if (mpHeartBeater == nullptr) return;
+  mpHeartBeater->CloseMq();
+  delete mpHeartBeater;
+  mpHeartBeater = nullptr;
+}
+
+cHeartBeater::~cHeartBeater() { CloseMq(); }
+
+bool cHeartBeater::SetHeartBeatJson(const char* procName, const char* version,
+                                    ProcessStatus_e state) {
+  mbVersionSet = false;
+  if (procName == nullptr) return false;
+  try {
+    rapidjson::Document doc;
+    doc.SetObject();
+    auto& alloc = doc.GetAllocator();
+    doc.AddMember("HbKey", rapidjson::Value(procName, alloc), alloc);
+    if (version == nullptr) {
+      LOG_AT(cHeartBeater, Warn, MSG_LEVEL_WARN, "\"HB Version not set by this process.!\"");
+      version = kUnknownVersion;
+    }
+    doc.AddMember("Version", rapidjson::Value(version, alloc), alloc);
+    doc.AddMember("State", static_cast<int>(state), alloc);
+
+    rapidjson::StringBuffer buffer;
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    doc.Accept(writer);
+
+    memset(mHbJson, 0, sizeof(mHbJson));
+    snprintf(mHbJson, sizeof(mHbJson) - 1, "%s", buffer.GetString());
+  } catch (const std::exception&) {
+    return false;
+  }
+  mbVersionSet = true;
+  return true;
+}
+
+bool cHeartBeater::ConnectMqOverTcp() {
+  const char* host = mq::kMainBoardAddr;
+  const unsigned port = mq::kHeartBeatPort;
+  try {
+    if (mpPushSock != nullptr) {
+      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR,
+             "\"Seems this instance already connected to tcp://%s:%u\"", host, port);
+      return false;
+    }
+    zsock_t* sock = zsock_new(ZMQ_PUSH);
+    if (sock == nullptr) return false;
+    LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect tcp://%s:%u\"", host, port);
+    if (zsock_connect(sock, mq::kTcpFormat, host, port) != 0) {
+      zsock_destroy(&sock);
+      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to tcp://%s:%u\"", host,
+             port);
+      return false;
+    }
+    mpPushSock = sock;
+    LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to tcp://%s:%u\"", host, port);
+    return true;
+  } catch (const std::bad_alloc& e) {
+    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception Bad alloc %s\"", e.what());
+  } catch (const std::exception& e) {
+    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception %s\"", e.what());
+  }
+  return false;
+}
+
+bool cHeartBeater::ConnectMqOverIpc() {
+  const char* dir = mq::kIpcDir;
+  const char* file = mq::kHeartBeatIpc;
+  try {
+    if (mpPushSock != nullptr) {
+      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR,
+             "\"Seems this instance already connected to ipc://%s/%s\"", dir, file);
+      return false;
+    }
+    zsock_t* sock = zsock_new(ZMQ_PUSH);
+    if (sock == nullptr) return false;
+    LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect ipc://%s/%s\"", dir, file);
+    if (zsock_connect(sock, mq::kIpcFormat, dir, file) != 0) {
+      zsock_destroy(&sock);
+      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to ipc://%s/%s\"", dir,
+             file);
+      return false;
+    }
+    mpPushSock = sock;
+    LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to ipc://%s/%s\"", dir, file);
+    return true;
+  } catch (const std::bad_alloc& e) {
+    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception Bad alloc %s\"", e.what());
+  } catch (const std::exception& e) {
+    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception %s\"", e.what());
+  }
+  return false;
+}
+
+void cHeartBeater::CloseMq() {
+  if (mpPushSock != nullptr) zsock_destroy(&mpPushSock);
+  mpPushSock = nullptr;
+}
+
+bool cHeartBeater::SendBeat() {
+  if (mpPushSock == nullptr || !mbVersionSet) return false;
+  if (zstr_sendm(mpPushSock, kHbTopic) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send HB Topic.\"");
+    return false;
+  }
+  if (zstr_send(mpPushSock, mHbJson) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send HB message.\"");
+    return false;
+  }
+  return true;
+}
+
+void cHeartBeater::RequestRepub() {
+  if (mpPushSock == nullptr || !mbVersionSet) return;
+  if (zstr_send(mpPushSock, kRepubTopic) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send HB Topic.\"");
+  }
+}
+
+bool cHeartBeater::SendRebootCommand() { return SendAppCommand(kAppCmdReboot); }
+
+bool cHeartBeater::SendSwUpgradeCommand() { return SendAppCommand(kAppCmdSwUpgrade); }
+
+bool cHeartBeater::SendAppCommand(int command) {
+  if (mpPushSock == nullptr) return false;
+  rapidjson::StringBuffer buffer;
+  try {
+    rapidjson::Document doc;
+    doc.SetObject();
+    doc.AddMember("Command", command, doc.GetAllocator());
+    rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+    doc.Accept(writer);
+  } catch (const std::exception&) {
+    buffer.Clear();
+  }
+  const char* text = buffer.GetSize() > 0 ? buffer.GetString() : nullptr;
+  if (text == nullptr) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to prepare app cmd toipic.\"");
+    return false;
+  }
+  if (zstr_sendm(mpPushSock, kAppCmdTopic) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send App cmd Topic.\"");
+    return false;
+  }
+  if (zstr_send(mpPushSock, text) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send App cmd message.\"");
+    return false;
+  }
+  return true;
+}
+
+int cHeartBeater::ParseAppCommand(const char* json) {
+  if (json == nullptr) return -1;
+  try {
+    rapidjson::Document doc;
+    doc.Parse(json);
+    if (doc.HasParseError() || !doc.IsObject()) return -1;
+    auto it = doc.FindMember("Command");
+    if (it == doc.MemberEnd() || !it->value.IsInt()) return -1;
+    return it->value.GetInt();
+  } catch (const std::exception&) {
+    return -1;
+  }
+}
