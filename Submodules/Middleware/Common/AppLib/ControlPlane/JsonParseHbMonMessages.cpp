@@ -1,1 +1,146 @@
-// placeholder: not yet written
+#include "JsonParseHbMonMessages.h"
+
+#include <cstring>
+#include <exception>
+#include <utility>
+
+#include "Logger.h"
+
+std::atomic<bool> cJsonParseSysStatus::mbSysStatus{false};
+std::atomic<bool> cJsonParseSysStatus::mbDolbyDecoderDetected{false};
+bool cJsonParseSysStatus::mbTsaDetected = false;
+Logger* cJsonParseSysStatus::mpLogger = nullptr;
+int32_t cJsonParseSysStatus::mLogLevel = MSG_LEVEL_WARN;
+
+namespace {
+constexpr const char* kSysStatusOk = "Okay";
+constexpr size_t kSysStatusOkLen = 4;
+constexpr const char* kDecoderProcessing = "Processing";
+constexpr size_t kDecoderProcessingLen = 10;
+
+// The decoder counts as detected when "DolbyDecoder"."State" starts with
+// "Processing"; anything missing or of another type means not detected.
+bool DecoderProcessing(const rapidjson::Value& root) {
+  auto dec = root.FindMember("DolbyDecoder");
+  if (dec == root.MemberEnd() || !dec->value.IsObject()) return false;
+  auto state = dec->value.FindMember("State");
+  if (state == dec->value.MemberEnd() || !state->value.IsString()) return false;
+  return strncmp(state->value.GetString(), kDecoderProcessing, kDecoderProcessingLen) == 0;
+}
+}  // namespace
+
+cJsonParseSysStatus::cJsonParseSysStatus() {
+  mbSysStatus.store(false, std::memory_order_relaxed);
+  mbDolbyDecoderDetected.store(false, std::memory_order_relaxed);
+  mpLogger = Logger::GetInstance();
+}
+
+bool cJsonParseSysStatus::ParseSysStatus(const char* json, bool checkDolby, bool defaultStatus,
+                                         bool* changed) {
+  if (changed != nullptr) *changed = false;
+  if (json != nullptr) {
+    try {
+      rapidjson::Document doc;
+      doc.Parse(json);
+      if (doc.HasParseError()) {
+        LOG_AT(cJsonParseSysStatus, Error, MSG_LEVEL_ERROR, "\"Not a valid json string %s.\"",
+               json);
+      } else if (doc.IsObject()) {
+        auto sys = doc.FindMember("SystemStatus");
+        if (sys != doc.MemberEnd()) {
+          if (!sys->value.IsString()) return true;
+          const char* status = sys->value.GetString();
+          if (strncmp(status, kSysStatusOk, kSysStatusOkLen) == 0) {
+            mbSysStatus.store(true, std::memory_order_relaxed);
+            LOG_AT(cJsonParseSysStatus, Warn, MSG_LEVEL_WARN, "\"Got System status %s %d.\"",
+                   status, 1);
+            if (checkDolby) {
+              const bool detected_now = DecoderProcessing(doc);
+              if (detected_now != mbDolbyDecoderDetected.load(std::memory_order_relaxed)) {
+                mbDolbyDecoderDetected.store(detected_now, std::memory_order_relaxed);
+                if (changed != nullptr) *changed = true;
+                // Logged as the expression text itself, not one of the two sentences: keep it so.
+                LOG_AT(cJsonParseSysStatus, Warn, MSG_LEVEL_WARN,
+                       "detected_now ? \"Dolby decoder detected.\" : \"Dolby decoder no longer "
+                       "processing.\"");
+              }
+            }
+          } else {
+            mbSysStatus.store(false, std::memory_order_relaxed);
+            LOG_AT(cJsonParseSysStatus, Warn, MSG_LEVEL_WARN, "\"Got System status %s %d.\"",
+                   status, 0);
+          }
+          return true;
+        }
+      }
+    } catch (const std::exception&) {
+      // Falls through to the default status below.
+    }
+  }
+  LOG_AT(cJsonParseSysStatus, Error, MSG_LEVEL_ERROR,
+         "\"Failed to parse message setting default to %lu\"",
+         static_cast<unsigned long>(defaultStatus));
+  mbSysStatus.store(defaultStatus, std::memory_order_relaxed);
+  return false;
+}
+
+bool cHBMonObj::ParseHBMonObj(const rapidjson::Value& obj) {
+  if (!obj.IsObject()) return false;
+  auto it = obj.FindMember("MissedHb");
+  if (it != obj.MemberEnd() && it->value.IsInt()) mMissedHb = it->value.GetInt();
+  it = obj.FindMember("Version");
+  if (it != obj.MemberEnd() && it->value.IsString()) {
+    mVersion.assign(it->value.GetString(), it->value.GetStringLength());
+  }
+  // "LogLevel" and "State" share mState; "State" wins when both are present.
+  it = obj.FindMember("LogLevel");
+  if (it != obj.MemberEnd() && it->value.IsString()) {
+    mState.assign(it->value.GetString(), it->value.GetStringLength());
+  }
+  it = obj.FindMember("State");
+  if (it != obj.MemberEnd() && it->value.IsString()) {
+    mState.assign(it->value.GetString(), it->value.GetStringLength());
+  }
+  return true;
+}
+
+bool cJsonParseHbStatus::ParseHbStatus(const char* json) {
+  if (json == nullptr) return false;
+  bool result = false;
+  try {
+    rapidjson::Document doc;
+    doc.Parse(json);
+    if (doc.HasParseError() || !doc.IsObject()) return false;
+    for (const char* name : {"FpMeters", "FpMenu"}) {
+      auto it = doc.FindMember(name);
+      if (it != doc.MemberEnd()) result = ParseHBMonObj(name, it->value);
+    }
+  } catch (const std::exception&) {
+    return false;
+  }
+  return result;
+}
+
+bool cJsonParseHbStatus::ParseHBMonObj(std::string name, const rapidjson::Value& obj) {
+  try {
+    auto rec = std::make_shared<cHBMonObj>();
+    rec->mName = name;
+    const bool parsed = rec->ParseHBMonObj(obj);
+    mHbObjs[std::move(name)] = std::move(rec);
+    return parsed;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+std::shared_ptr<cHBMonObj> cJsonParseHbStatus::GetHBObj(std::string name) {
+  if (name.empty()) return nullptr;
+  auto it = mHbObjs.find(name);
+  return it == mHbObjs.end() ? nullptr : it->second;
+}
+
+const char* cJsonParseHbStatus::GetAppState(std::string name) const {
+  auto it = mHbObjs.find(name);
+  if (it == mHbObjs.end() || !it->second) return nullptr;
+  return it->second->mState.c_str();
+}
