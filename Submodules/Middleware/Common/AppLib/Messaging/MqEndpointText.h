@@ -1,0 +1,31 @@
+#pragma once
+// Endpoint texts for the socket wrappers ("ipc://dir/name", "tcp://addr:port").
+// Private to the message-queue library.
+
+#include <cstdio>
+#include <string>
+
+#include "MqEndpoints.h"
+
+namespace mq {
+namespace detail {
+
+// printf-style formatting into a std::string; may throw std::bad_alloc.
+template <typename... Args>
+std::string FormatText(const char* format, Args... args) {
+  const int len = std::snprintf(nullptr, 0, format, args...);
+  if (len <= 0) return std::string();
+  std::string text(static_cast<size_t>(len) + 1, '\0');
+  std::snprintf(&text[0], text.size(), format, args...);
+  text.resize(static_cast<size_t>(len));
+  return text;
+}
+
+inline std::string IpcEndpoint(const char* name) { return FormatText(kIpcFormat, kIpcDir, name); }
+
+inline std::string TcpEndpoint(const char* address, unsigned int port) {
+  return FormatText(kTcpFormat, address, port);
+}
+
+}  // namespace detail
+}  // namespace mq
