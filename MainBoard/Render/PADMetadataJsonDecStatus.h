@@ -10,7 +10,9 @@
 // Code-to-text tables live in CodeTables.h and Ac4PadUi.h.
 
 #include <string>
+#include <utility>
 
+#include "CodeTables.h"
 #include "MetadataJson.h"
 #include "Record/DolbyMetadataRecord.h"
 
@@ -68,9 +70,92 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // ---- Dolby E
   void AddPrograms(unsigned int count, const dlb_padc_ui_md_dolbye_s& dolbye);
   void AddProgram(unsigned int i, const dlb_padc_ui_md_dolbye_s& dolbye, Value& programs);
+  // Ignores its first argument (the Dolby E path passes its production
+  // information flag, the substream 1); only the mixing level is shown.
+  void AddPrgMixingLevel(int audprodie, int mixlevel, Value& obj);
+
+  // ---- AC-4 and ED2 figures shared by the top level and the codec blocks
+  struct Ac4Selection {
+    unsigned count;   // presentations shown, at most 16
+    unsigned active;  // index of the active presentation after the reset rule
+    unsigned shown;   // number shown for it: active + 1, or 0 without presentations
+    bool atmos;       // the active presentation signals Atmos (atmosIndication 2)
+  };
+  static Ac4Selection SelectAc4Presentation(const kv_dolby_metadata_t& rec);
+  // True when atmosDecode is on and the ED2 stream carries object audio,
+  // i.e. a second pair is described.
+  static bool Ed2HasObjectPair(const kv_dolby_metadata_t& rec);
 
  private:
   cPADMetadataJsonDecStatus();
+
+  // ---- the "StatusInfo" frame shared by every codec
+  using StatusInfoFill = void (cPADMetadataJsonDecStatus::*)(const kv_dolby_metadata_t&, Value&);
+  // Root side: finds or creates "StatusInfo" (a non-object member of that
+  // name is reset to an empty object) and lets fill write into it. Nothing
+  // happens when the root is not an object.
+  void AddStatusInfoObject(const kv_dolby_metadata_t& rec, StatusInfoFill fill);
+  // Writes block's own item fields (title, int data 0, empty description) and
+  // returns its "ExData" array, created if missing and emptied. Null when block
+  // is not an object or its "ExData" is not an array. Used by "StatusInfo"
+  // and "AtmosInfo".
+  Value* ResetItemBlock(Value& block, const char* title);
+  // The "ExData" array of obj, created if missing and emptied; null when obj is
+  // not an object or "ExData" is not an array.
+  Value* EmptyExData(Value& obj);
+  // Appends to array (if it is one) a new object filled by fill(Value& entry).
+  template <typename Fill>
+  void AppendEntry(Value& array, Fill&& fill) {
+    if (!array.IsArray()) return;
+    Value entry(rapidjson::kObjectType);
+    fill(entry);
+    array.PushBack(entry, Allocator());
+  }
+  // The one-entry "StatusInfo": item fields with title, "ExData" rebuilt with
+  // exactly one entry that fill(Value& entry) fills with the codec's items.
+  template <typename Fill>
+  void FillStatusInfo(Value& statusInfo, const char* title, Fill&& fill) {
+    if (Value* exData = ResetItemBlock(statusInfo, title)) AppendEntry(*exData, std::forward<Fill>(fill));
+  }
+
+  // ---- sections of substreams and programs
+  // Appends {section.key: {Title, Data index, Desc desc, ExData [entry]}} to
+  // sections, the entry filled by fill(Value& entry).
+  template <typename Fill>
+  void AppendSection(Value& sections, const code_tables::Section& section, unsigned int index,
+                     const std::string& desc, Fill&& fill) {
+    AppendEntry(sections, [&](Value& holder) {
+      AddItem<unsigned int>(section.key, section.title, index, desc, holder);
+      Value::MemberIterator it = holder.FindMember(section.key);
+      if (it == holder.MemberEnd()) return;
+      if (Value* exData = EmptyExData(it->value)) AppendEntry(*exData, std::forward<Fill>(fill));
+    });
+  }
+  // The "Downmixing" items, the same for the substream and a program.
+  template <typename Source>
+  void AddDownmixingItems(const Source& source, Value& entry) {
+    AddCodedItem(code_tables::kDmixmod, source.dmixmod, entry);
+    AddCodedItem(code_tables::kLtrtcmixlev, source.ltrtcmixlev, entry);
+    AddCodedItem(code_tables::kLtrtsurmixlev, source.ltrtsurmixlev, entry);
+    AddCodedItem(code_tables::kLorocmixlev, source.lorocmixlev, entry);
+    AddCodedItem(code_tables::kLorosurmixlev, source.lorosurmixlev, entry);
+  }
+
+  // ---- item writers
+  template <typename T>
+  void AddItem(const char* key, const char* title, T data, std::string desc, Value& obj) {
+    std::string itemTitle(title);
+    AddUpdateObjectMemberToObject<T>(key, itemTitle, data, desc, obj);
+  }
+  void AddCodedItem(const code_tables::CodedItem& item, int code, Value& obj);
+  void AddCodedItem(const code_tables::CodedItem& item, unsigned int code, Value& obj);
+  void AddFlagItem(const code_tables::FlagItem& item, int value, Value& obj);
+
+  // ---- Dolby Digital (Plus) substream items that depend on more than their code
+  void AddSubstreamDatarate(int datarate, Value& obj);
+  void AddSubstreamDsurmod(int dsurmod, int acmod, Value& obj);
+  // ---- Dolby E program item with an extra code
+  void AddProgramDynrng(int dynrngProfile, Value& obj);
 
   kv_dolby_metadata_t mLastRecord;
 };

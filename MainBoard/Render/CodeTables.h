@@ -1,0 +1,113 @@
+#pragma once
+// Code-to-text tables of the decoder status document and the rules that turn a
+// code into an item's title and description.
+//
+// A table maps the codes 0 to size-1 to texts; the code is taken as unsigned,
+// so a negative code is outside every table. Each item rule keeps its table
+// and what a code outside it shows side by side: a replacement title (or the
+// item's own) and a fixed text (or the code in decimal).
+//
+// The Dolby Digital (Plus) substream and the Dolby E programs share most of
+// these rules; where the two differ (Dolby Surround) each has its own.
+
+#include <cstddef>
+
+#include "Record/DolbyMetadataRecord.h"
+
+namespace code_tables {
+
+struct Table {
+  const char* const* texts;
+  unsigned size;
+
+  // The text of code, or null when the code is outside the table.
+  const char* Find(unsigned code) const { return code < size ? texts[code] : nullptr; }
+};
+
+template <std::size_t N>
+constexpr Table TableOf(const char* const (&texts)[N]) {
+  return Table{texts, static_cast<unsigned>(N)};
+}
+
+// An item whose description comes from a table.
+struct CodedItem {
+  const char* key;
+  const char* title;
+  Table table;
+  const char* otherTitle;  // title for a code outside the table; null keeps title
+  const char* otherText;   // text for a code outside the table; null: the code in decimal
+};
+
+// An item that shows one text for a non-zero value and another for zero.
+struct FlagItem {
+  const char* key;
+  const char* title;
+  const char* whenSet;
+  const char* whenClear;
+};
+
+// A section of a substream or program: its key and the title of its item.
+struct Section {
+  const char* key;
+  const char* title;
+};
+
+// ---- sections of "Streams" and "Programs" elements
+extern const Section kBitstreamInfo;
+extern const Section kInformational;
+extern const Section kDownmixing;
+
+// ---- items shared by the substream and the programs
+extern const CodedItem kAcmod;       // 29 slots as the decoder's UI has them
+extern const FlagItem kLfeon;
+extern const CodedItem kDialnorm;    // decimal
+extern const CodedItem kBsmod;
+extern const CodedItem kMixlevel;    // 0 "Not Indicated", else decimal
+extern const CodedItem kRoomtyp;
+extern const FlagItem kCopyrightb;
+extern const FlagItem kOrigbs;
+extern const CodedItem kDsurexmod;
+extern const CodedItem kDmixmod;
+extern const CodedItem kLtrtcmixlev;
+extern const CodedItem kLtrtsurmixlev;
+extern const CodedItem kLorocmixlev;
+extern const CodedItem kLorosurmixlev;
+
+// ---- Dolby Digital (Plus) substream
+extern const CodedItem kBsid;        // decimal
+extern const char* const kDatarateTitle;  // "-" below 1 kbps, else decimal
+extern const CodedItem kSubstreamDsurmod;  // only meaningful with acmod 2, else "-"
+constexpr int kAcmodTwoChannel = 2;
+extern const char* const kNotApplicableText;  // "-"
+extern const FlagItem kAdconvtyp;
+
+// ---- Dolby Digital (Plus) object audio
+extern const char* const kAtmosInfoTitle;
+extern const Table kBedChannelNames;  // flag order of bedChannels
+extern const CodedItem kComplexityIndex;  // decimal
+extern const CodedItem kSurroundTrim;
+extern const CodedItem kHeightTrim;
+extern const CodedItem kObjectClass;  // "Data" is 1 for dialogue, else 0
+// Trim text of a trim code 0 to 17, null for any other code.
+const char* MapDdpTrim(dlb_padc_trims trim);
+
+// ---- Dolby E program
+extern const FlagItem kBwlpfon;
+extern const CodedItem kCmixlev;
+extern const CodedItem kSurmixlev;
+extern const FlagItem kRfPrEmph;
+extern const CodedItem kProgramDsurmod;
+extern const FlagItem kAudprodie;
+extern const CodedItem kComprProfile;
+extern const CodedItem kDynrngProfile;
+constexpr int kDynrngProfileUnknownCode = 65535;  // the decoder has no profile yet
+extern const char* const kDynrngProfileUnknownText;
+
+// ---- common "StatusInfo" items
+extern const CodedItem kChannelConfig;        // PCM: the channel configuration
+extern const CodedItem kOutputChannelConfig;  // coded streams: the rendering configuration
+// Text of a frame-rate code (frames per second x 100), null for a code
+// without its own text (the item then prints the rate itself).
+const char* FrameRateText(unsigned code);
+
+}  // namespace code_tables
