@@ -52,6 +52,9 @@ struct Section {
   const char* title;
 };
 
+// Title of the one-entry "StatusInfo" block (PCM, Dolby Digital (Plus), Dolby E, ED2).
+extern const char* const kStatusInfoTitle;
+
 // ---- sections of "Streams" and "Programs" elements
 extern const Section kBitstreamInfo;
 extern const Section kInformational;

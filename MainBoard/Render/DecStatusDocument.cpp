@@ -1,0 +1,281 @@
+// Decoder status document: singleton, top level, the "StatusInfo" frame, the
+// items common to every codec, and PCM.
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "Logger.h"
+#include "PADMetadataJsonDecStatus.h"
+
+using rapidjson::Value;
+
+cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::mpJDecStatus = nullptr;
+Logger* cPADMetadataJsonDecStatus::mpLogger = nullptr;
+int cPADMetadataJsonDecStatus::mLogLevel = MSG_LEVEL_DEBUG;
+
+cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() {
+  std::memset(&mLastRecord, 0, sizeof mLastRecord);
+}
+
+cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {
+  if (mpJDecStatus != nullptr) return mpJDecStatus;
+  try {
+    mpJDecStatus = new cPADMetadataJsonDecStatus();
+  } catch (const std::bad_alloc&) {
+    mpJDecStatus = nullptr;
+  }
+  mpLogger = Logger::GetInstance();
+  if (mpJDecStatus == nullptr) {
+    LOG_AT(cPADMetadataJsonDecStatus, Critical, MSG_LEVEL_CRITICAL,
+           "\"Failed to allocate the decoder status renderer.\"");
+    return nullptr;
+  }
+  static bool registered = false;
+  if (!registered) registered = std::atexit(DeleteInstance) == 0;
+  return mpJDecStatus;
+}
+
+void cPADMetadataJsonDecStatus::DeleteInstance() {
+  delete mpJDecStatus;
+  mpJDecStatus = nullptr;
+}
+
+// ---------------------------------------------------------------------------
+// Top level
+
+bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& rec, long now) {
+  NewDocument();
+
+  auto head = [&](int programs, int current) {
+    AddUpdateIntegerMember("TS", static_cast<int>(now));
+    AddUpdateIntegerMember("ProtoVer", static_cast<int>(rec.protoVer));
+    AddUpdateIntegerMember("TypeId", rec.typeId);
+    AddUpdateIntegerMember("MdId", static_cast<int>(rec.mdType));
+    AddUpdateIntegerMember("NoOfPrograms", programs);
+    AddUpdateIntegerMember("CurrentProgram", current);
+  };
+
+  switch (rec.typeId) {
+    case stream_type::kPcm:
+      head(0, 0);
+      AddPCMStatusInfoObject(rec);
+      break;
+
+    case stream_type::kDolbyDigital:
+    case stream_type::kDolbyDigitalPlus:
+    case stream_type::kDolbyDigitalPlusIec61937: {
+      const dlb_padc_ui_md_ddp_s& ddp = rec.md.ddp;
+      const bool objectAudio = rec.atmosDecode != 0 && ddp.atmosPresent != 0;
+      head(0, 0);
+      AddUpdateBooleanMember("IsAtmosPresent", objectAudio);
+      AddDDPStatusInfoObject(rec);
+      if (mDoc.IsObject()) {
+        if (objectAudio) AddDDPAtmosInfoObject(ddp);
+        AddSubstreams(1, ddp);  // the main substream only
+      }
+      break;
+    }
+
+    case stream_type::kAc4: {
+      const Ac4Selection selection = SelectAc4Presentation(rec);
+      head(static_cast<int>(selection.count), static_cast<int>(selection.shown));
+      AddUpdateIntegerMember("NoOfStreams", static_cast<int>(selection.count));
+      AddUpdateBooleanMember("IsAtmosPresent", rec.atmosDecode != 0 && selection.atmos);
+      AddAC4StatusInfoObject(rec);
+      break;
+    }
+
+    case stream_type::kDolbyE: {
+      const dlb_padc_ui_md_dolbye_s& dolbye = rec.md.dolbye;
+      // A current program equal to the count is kept; only a greater one is reset.
+      const unsigned current =
+          dolbye.currentProgram > dolbye.programCount ? 0u : dolbye.currentProgram;
+      head(dolbye.programCount, static_cast<int>(current));
+      AddUpdateIntegerMember("NoOfStreams", 0);
+      AddUpdateBooleanMember("IsAtmosPresent", false);
+      AddDolbyEStatusInfoObject(rec);
+      if (mDoc.IsObject()) AddPrograms(dolbye.programCount, dolbye);
+      break;
+    }
+
+    case stream_type::kEd2: {
+      const bool objectPair = Ed2HasObjectPair(rec);
+      head(0, 0);
+      AddUpdateIntegerMember("NoOfStreams", objectPair ? 2 : 1);
+      AddUpdateBooleanMember("IsAtmosPresent", objectPair);
+      AddED2StatusInfoObject(rec);
+      break;
+    }
+
+    default:  // a stream the document does not describe: the empty object
+      break;
+  }
+
+  Serialize();
+  std::memcpy(&mLastRecord, &rec, sizeof mLastRecord);
+  return true;
+}
+
+bool cPADMetadataJsonDecStatus::requireUpdate(const kv_dolby_metadata_t& rec) const {
+  const std::size_t length = SignificantLength(rec.mdType);
+  if (length == 0) return true;
+  return std::memcmp(&rec.md, &mLastRecord.md, length) != 0;
+}
+
+// ---------------------------------------------------------------------------
+// The "StatusInfo" frame
+
+void cPADMetadataJsonDecStatus::AddStatusInfoObject(const kv_dolby_metadata_t& rec,
+                                                    StatusInfoFill fill) {
+  if (Value* statusInfo = RootObjectMember("StatusInfo")) (this->*fill)(rec, *statusInfo);
+}
+
+Value* cPADMetadataJsonDecStatus::ResetItemBlock(Value& block, const char* title) {
+  std::string blockTitle(title);
+  std::string empty;
+  AddUpdateObjectMember<int>(blockTitle, 0, empty, block);
+  return EmptyExData(block);
+}
+
+Value* cPADMetadataJsonDecStatus::EmptyExData(Value& obj) {
+  if (!obj.IsObject()) return nullptr;
+  AddArrayMemberInObject("ExData", obj);
+  Value::MemberIterator it = obj.FindMember("ExData");
+  if (it == obj.MemberEnd() || !it->value.IsArray()) return nullptr;
+  it->value.Clear();
+  return &it->value;
+}
+
+// ---------------------------------------------------------------------------
+// Item writers
+
+void cPADMetadataJsonDecStatus::AddCodedItem(const code_tables::CodedItem& item, int code,
+                                             Value& obj) {
+  if (const char* text = item.table.Find(static_cast<unsigned>(code))) {
+    AddItem(item.key, item.title, code, text, obj);
+    return;
+  }
+  AddItem(item.key, item.otherTitle ? item.otherTitle : item.title, code,
+          item.otherText ? std::string(item.otherText) : std::to_string(code), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddCodedItem(const code_tables::CodedItem& item, unsigned int code,
+                                             Value& obj) {
+  if (const char* text = item.table.Find(code)) {
+    AddItem(item.key, item.title, code, text, obj);
+    return;
+  }
+  AddItem(item.key, item.otherTitle ? item.otherTitle : item.title, code,
+          item.otherText ? std::string(item.otherText) : std::to_string(code), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddFlagItem(const code_tables::FlagItem& item, int value,
+                                            Value& obj) {
+  AddItem(item.key, item.title, value, value != 0 ? item.whenSet : item.whenClear, obj);
+}
+
+// ---------------------------------------------------------------------------
+// Items common to the codecs
+
+void cPADMetadataJsonDecStatus::AddUpdateStreamType(dlb_padc_ui_md_type_t mdType, int typeId,
+                                                    Value& obj) {
+  const char* desc = "PCM";
+  if (typeId != stream_type::kPcm) {
+    switch (mdType) {
+      case DLB_PADC_UI_MD_TYPE_DOLBYE: desc = "Dolby E"; break;
+      case DLB_PADC_UI_MD_TYPE_DDP:
+        desc = typeId == stream_type::kDolbyDigitalPlus          ? "Dolby Digital (Plus)"
+               : typeId == stream_type::kDolbyDigitalPlusIec61937 ? "Dolby Digital (Plus) / IEC 61937"
+                                                                   : "Dolby Digital";
+        break;
+      case DLB_PADC_UI_MD_TYPE_ED2: desc = "ED2"; break;
+      case DLB_PADC_UI_MD_TYPE_AC4: desc = "Dolby AC-4"; break;
+      default: break;  // an unknown block keeps "PCM"
+    }
+  }
+  AddItem("Type", "Type", static_cast<unsigned int>(typeId), desc, obj);
+}
+
+void cPADMetadataJsonDecStatus::AddUpdateInputSignalType(SysInputType_e inputType, Value& obj) {
+  AddItem("SignalType", "Signal Type", static_cast<unsigned int>(inputType),
+          inputType == SYS_INPUT_TYPE_SDI ? "SDI" : "AES", obj);
+}
+
+void cPADMetadataJsonDecStatus::AddUpdateDZPair(unsigned int pair, Value& obj) {
+  AddItem("Pair", "Pair", pair, std::to_string(pair), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddUpdateSpeakerConfig(int config, Value& obj) {
+  AddCodedItem(code_tables::kChannelConfig, static_cast<unsigned int>(config), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddUpdateOutputSpeakerConfig(int config, Value& obj) {
+  AddCodedItem(code_tables::kOutputChannelConfig, static_cast<unsigned int>(config), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddUpdateAtmosStatus(bool enabled, Value& obj) {
+  AddItem("Atmos", "Atmos Decode", enabled ? 1u : 0u, enabled ? "Enabled" : "Disabled", obj);
+}
+
+void cPADMetadataJsonDecStatus::AddPrgAtmosPresent(unsigned int present, Value& obj) {
+  const bool isPresent = present != 0;
+  AddItem("AtmosPresent", "Atmos Presence", isPresent, isPresent ? "Yes" : "No", obj);
+  AddUpdateBooleanMember("IsAtmosPresent", isPresent);
+}
+
+void cPADMetadataJsonDecStatus::AddFrameRate(unsigned short code, Value& obj) {
+  const float rate = static_cast<float>(code) / 100.0f;
+  std::string desc;
+  if (const char* text = code_tables::FrameRateText(code)) {
+    desc = text;
+  } else {
+    char buffer[32];
+    std::snprintf(buffer, sizeof buffer, "%f", static_cast<double>(rate));
+    desc = buffer;
+  }
+  AddItem("FrameRate", "Frame rate", rate, desc, obj);
+}
+
+void cPADMetadataJsonDecStatus::AddBitDepth(unsigned char code, Value& obj) {
+  AddItem("BitDepth", "Bit depth", static_cast<int>(code), code == 16 ? "16 bits" : "20 bits", obj);
+}
+
+void cPADMetadataJsonDecStatus::AddPrgCfg(const char* config, Value& obj) {
+  AddItem("PrgCfg", "Program configuration", std::string(config ? config : ""), "", obj);
+}
+
+void cPADMetadataJsonDecStatus::AddPrgCount(unsigned int count, Value& obj) {
+  AddItem("PrgCount", "Program count", count, std::to_string(count), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddCurrentPrg(unsigned int program, Value& obj) {
+  AddItem("MonitorPrg", "Selected Program", program,
+          program == 0 ? std::string("All Programs") : std::to_string(program), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddMetadataID(unsigned short id, Value& obj) {
+  AddItem("MetadataID", "Metadata ID", static_cast<int>(id), std::to_string(id), obj);
+}
+
+void cPADMetadataJsonDecStatus::AddPrgMixingLevel(int /*audprodie*/, int mixlevel, Value& obj) {
+  AddCodedItem(code_tables::kMixlevel, mixlevel, obj);
+}
+
+// ---------------------------------------------------------------------------
+// PCM
+
+void cPADMetadataJsonDecStatus::AddPCMStatusInfoObject(const kv_dolby_metadata_t& rec) {
+  AddStatusInfoObject(rec, &cPADMetadataJsonDecStatus::AddPCMStatusInfo);
+}
+
+void cPADMetadataJsonDecStatus::AddPCMStatusInfo(const kv_dolby_metadata_t& rec,
+                                                 Value& statusInfo) {
+  FillStatusInfo(statusInfo, code_tables::kStatusInfoTitle, [&](Value& entry) {
+    AddUpdateStreamType(rec.mdType, rec.typeId, entry);
+    AddUpdateInputSignalType(rec.inputType, entry);
+    AddUpdateDZPair(rec.inputType != 0 ? rec.dzPair : 0u, entry);
+    AddUpdateSpeakerConfig(rec.speakerConfig, entry);
+  });
+}
