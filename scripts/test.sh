@@ -1,0 +1,27 @@
+#!/usr/bin/env bash
+# Installs what is missing, builds, and runs every test.
+#
+#   scripts/test.sh              plain build in build/
+#   scripts/test.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer in build-asan/
+#
+# Tests that need the device's fixed endpoints run inside scripts/netns-run.sh.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+mode="plain"
+if [ "${1:-}" = "--sanitize" ]; then mode="sanitize"; fi
+
+scripts/install-deps.sh
+
+jobs="$(nproc)"
+if [ "$mode" = "sanitize" ]; then
+  dir="build-asan"
+  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Debug -DPLOVREST_SANITIZE=ON -DPLOVREST_BUILD_BENCHMARKS=OFF
+  export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
+  export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+else
+  dir="build"
+  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+fi
+cmake --build "$dir" -j"$jobs"
+ctest --test-dir "$dir" --output-on-failure -j"$jobs"
