@@ -9,6 +9,7 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
+#include <mutex>
 #include <string>
 
 typedef struct _zsock_t zsock_t;
@@ -70,6 +71,11 @@ class Logger {
   char mName[8];
   char mMsgBuf[2048];
 
+  // Console streams. Normally standard output and standard error; tests point
+  // them at their own streams to read the lines back.
+  FILE* mpConsoleOut = stdout;
+  FILE* mpConsoleErr = stderr;
+
  private:
   Logger();
   ~Logger();
@@ -77,11 +83,17 @@ class Logger {
   Logger& operator=(const Logger&) = delete;
 
   int Log(MsgLevel_e level, const char* fmt, va_list args);
+  int ComposeSinkRecord(MsgLevel_e level, const char* fmt, va_list args);
   bool OpenFile(const char* path);
   bool RewindFile(FILE* stream);
   void CheckFileSize();
   void HandleFileError();
   void CloseFile();
+
+  // Both threads log: one call's outputs (mMsgBuf, the sink socket, the file)
+  // are written under this lock. Recursive because the attach functions log
+  // through the level functions while holding it.
+  std::recursive_mutex mMutex;
 };
 
 // The source file's name without its directories, for the "%s|%u|" prefix.
