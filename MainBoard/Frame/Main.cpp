@@ -1,1 +1,3 @@
-int main() { return 0; }  // placeholder
+#include "Frame/ProcessFrame.h"
+
+int main(int argc, char** argv) { return RunDaemon(argc, argv); }

@@ -1,1 +1,4 @@
-// placeholder: not yet written
+#include "Frame/ProcessState.h"
+
+std::atomic<bool> sig_interrupted{false};
+pthread_barrier_t thread_barrier;

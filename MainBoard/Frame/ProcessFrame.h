@@ -1,0 +1,21 @@
+#pragma once
+// The daemon's process frame: command line, slot addressing, start-up order,
+// main loop and orderly shutdown.
+
+// Parses "-s <slot> -i <interface> -h". Returns false (after printing the usage
+// text to standard error) when the process is to exit with status 1.
+bool ParseCommandLine(int argc, char** argv, int* slot, const char** interfaceName);
+
+void signal_handler(int sig);
+void signal_handler_sigsegv(int sig);
+void InstallSignalHandlers();
+
+// One-second tick hook: forwards a pending republish request, nothing else.
+void sendHeartBeat();
+void initHeartBeat();
+
+// Main-thread loop over the subscriptions until a signal or an exit command.
+void MessageReaderLoop();
+
+// The whole process: start-up, loop, shutdown. Returns main's exit status.
+int RunDaemon(int argc, char** argv);

@@ -1,0 +1,31 @@
+#pragma once
+// The main thread's one SUB socket: application server, hardware monitor and
+// process monitor, with the topic tables the daemon listens to.
+
+#include "MqSubHandler.h"
+
+class Logger;
+
+class cDlbSubHandler : public SubHandler {
+ public:
+  static cDlbSubHandler* GetInstance();
+  static void DeleteInstance();
+
+  // Drops any previous socket and creates a fresh SUB socket.
+  void Init();
+
+  static cDlbSubHandler* mpSub;
+  static Logger* mpLogger;
+  static int mLogLevel;
+
+ private:
+  cDlbSubHandler() = default;
+};
+
+// Opens the three subscriptions on the handler's socket; 1, or 0 without a
+// handler. The hardware monitor lives on the slot-1 card, so slot 1 itself
+// does not connect to it.
+int addSubs(int slot);
+
+// The subscription callback: hands the message to the dispatcher.
+int mqReader(const char* topic, const char* message);
