@@ -1,0 +1,190 @@
+#include "DaemonHarness.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+#include <thread>
+
+#include "MqEndpoints.h"
+
+namespace harness {
+
+namespace {
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+std::string Ipc(const char* name) { return std::string("ipc://") + mq::kIpcDir + "/" + name; }
+
+std::string Tcp(const char* address, unsigned port) {
+  return std::string("tcp://") + address + ":" + std::to_string(port);
+}
+
+}  // namespace
+
+std::string DaemonPath() { return PLOVRESTD_PATH; }
+
+DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::string& binary) {
+  char dirTemplate[] = "/tmp/plovrest-test-XXXXXX";
+  if (mkdtemp(dirTemplate) == nullptr) throw std::runtime_error("mkdtemp failed");
+  mDir = dirTemplate;
+  const std::string path = binary.empty() ? DaemonPath() : binary;
+  std::vector<std::string> argvStore;
+  argvStore.push_back(path);
+  argvStore.insert(argvStore.end(), args.begin(), args.end());
+
+  const std::string outPath = mDir + "/stdout";
+  const std::string errPath = mDir + "/stderr";
+  mPid = fork();
+  if (mPid < 0) throw std::runtime_error("fork failed");
+  if (mPid == 0) {
+    const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    const int in = open("/dev/null", O_RDONLY);
+    if (out < 0 || err < 0 || in < 0) _exit(127);
+    dup2(in, 0);
+    dup2(out, 1);
+    dup2(err, 2);
+    std::vector<char*> argv;
+    for (auto& a : argvStore) argv.push_back(a.data());
+    argv.push_back(nullptr);
+    execv(path.c_str(), argv.data());
+    _exit(127);
+  }
+}
+
+DaemonProcess::~DaemonProcess() {
+  if (Running()) {
+    kill(mPid, SIGKILL);
+    WaitExit(Ms(5000));
+  }
+  std::remove((mDir + "/stdout").c_str());
+  std::remove((mDir + "/stderr").c_str());
+  rmdir(mDir.c_str());
+}
+
+void DaemonProcess::Signal(int sig) const {
+  if (mPid > 0 && !mbReaped) kill(mPid, sig);
+}
+
+bool DaemonProcess::Running() {
+  if (mbReaped || mPid <= 0) return false;
+  const pid_t r = waitpid(mPid, &mStatus, WNOHANG);
+  if (r == mPid) mbReaped = true;
+  return !mbReaped;
+}
+
+std::optional<int> DaemonProcess::WaitExit(Ms timeout) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  while (Running()) {
+    if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
+    std::this_thread::sleep_for(Ms(2));
+  }
+  if (WIFEXITED(mStatus)) return WEXITSTATUS(mStatus);
+  if (WIFSIGNALED(mStatus)) return -WTERMSIG(mStatus);
+  return std::nullopt;
+}
+
+std::string DaemonProcess::Stdout() const { return ReadFile(mDir + "/stdout"); }
+std::string DaemonProcess::Stderr() const { return ReadFile(mDir + "/stderr"); }
+
+bool DaemonProcess::WaitForStdout(const std::string& needle, Ms timeout) const {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  do {
+    if (Stdout().find(needle) != std::string::npos) return true;
+    std::this_thread::sleep_for(Ms(10));
+  } while (std::chrono::steady_clock::now() < deadline);
+  return false;
+}
+
+std::optional<Message> Receive(zsock_t* sock, Ms timeout) {
+  zpoller_t* poller = zpoller_new(sock, nullptr);
+  void* ready = zpoller_wait(poller, static_cast<int>(timeout.count()));
+  zpoller_destroy(&poller);
+  if (ready == nullptr) return std::nullopt;
+  zmsg_t* msg = zmsg_recv(sock);
+  if (msg == nullptr) return std::nullopt;
+  Message m;
+  m.frames = static_cast<int>(zmsg_size(msg));
+  zframe_t* first = zmsg_pop(msg);
+  zframe_t* second = zmsg_pop(msg);
+  if (first != nullptr) {
+    m.topic.assign(reinterpret_cast<const char*>(zframe_data(first)), zframe_size(first));
+  }
+  if (second != nullptr) {
+    m.payload.assign(reinterpret_cast<const char*>(zframe_data(second)), zframe_size(second));
+  }
+  zframe_destroy(&first);
+  zframe_destroy(&second);
+  zmsg_destroy(&msg);
+  return m;
+}
+
+std::optional<Message> ReceiveUntil(zsock_t* sock, Ms timeout,
+                                    const std::function<bool(const Message&)>& pred) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  for (;;) {
+    const auto left = std::chrono::duration_cast<Ms>(deadline - std::chrono::steady_clock::now());
+    if (left.count() <= 0) return std::nullopt;
+    auto m = Receive(sock, left);
+    if (!m) return std::nullopt;
+    if (pred(*m)) return m;
+  }
+}
+
+void Send(zsock_t* sock, const std::string& topic, const std::string& payload) {
+  SendBytes(sock, topic, payload.data(), payload.size());
+}
+
+void SendBytes(zsock_t* sock, const std::string& topic, const void* data, size_t size) {
+  zmsg_t* msg = zmsg_new();
+  zmsg_addmem(msg, topic.data(), topic.size());
+  zmsg_addmem(msg, data, size);
+  zmsg_send(&msg, sock);
+}
+
+std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub, Ms timeout,
+                                 const std::function<bool(const Message&)>& pred, Ms period) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  while (std::chrono::steady_clock::now() < deadline) {
+    send();
+    if (auto m = ReceiveUntil(sub, period, pred)) return m;
+  }
+  return std::nullopt;
+}
+
+Peers::Peers() {
+  decoder = zsock_new_pub(("@" + Tcp(mq::kSlot1Addr, mq::kDecoderPubPort)).c_str());
+  hwm = zsock_new_pub(("@" + Tcp(mq::kSlot1Addr, mq::kHwmPubPort)).c_str());
+  hbMon = zsock_new_pub(("@" + Ipc(mq::kHbMonPubIpc)).c_str());
+  appServer = zsock_new_pub(("@" + Ipc(mq::kAppServerIpc)).c_str());
+  logSink = zsock_new_pull(("@" + Tcp(mq::kMainBoardAddr, mq::kLogSinkPort)).c_str());
+  hbCollector = zsock_new_pull(("@" + Tcp(mq::kMainBoardAddr, mq::kHeartBeatPort)).c_str());
+  out = zsock_new_sub((">" + Ipc(mq::kDlbMetadataPubIpc)).c_str(), "");
+  if (!decoder || !hwm || !hbMon || !appServer || !logSink || !hbCollector || !out) {
+    throw std::runtime_error("a test peer could not bind (run inside scripts/netns-run.sh)");
+  }
+}
+
+Peers::~Peers() {
+  for (zsock_t** s : {&decoder, &hwm, &hbMon, &appServer, &logSink, &hbCollector, &out}) {
+    zsock_destroy(s);
+  }
+}
+
+std::string StateText(const std::string& status, const std::string& event) {
+  return "{\"Status\" : \"" + status + "\", \"Event\" : \"" + event + "\"}";
+}
+
+}  // namespace harness

@@ -1,0 +1,89 @@
+#pragma once
+// Test harness for black-box tests of the real plovrestd binary: a child
+// process with captured output, and the peers the daemon talks to. Tests that
+// use it run inside scripts/netns-run.sh, where the device's fixed addresses
+// exist on lo and /run/shm/mq is private.
+
+#include <czmq.h>
+#include <sys/types.h>
+
+#include <chrono>
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace harness {
+
+using Ms = std::chrono::milliseconds;
+
+// plovrestd (or any binary) run as a child with stdout/stderr in files.
+class DaemonProcess {
+ public:
+  explicit DaemonProcess(const std::vector<std::string>& args, const std::string& binary = "");
+  ~DaemonProcess();
+  DaemonProcess(const DaemonProcess&) = delete;
+  DaemonProcess& operator=(const DaemonProcess&) = delete;
+
+  pid_t Pid() const { return mPid; }
+  void Signal(int sig) const;
+  // Exit status (0-255) when it exited, -N when killed by signal N, or
+  // nothing when it is still running after the time-out.
+  std::optional<int> WaitExit(Ms timeout);
+  std::string Stdout() const;
+  std::string Stderr() const;
+  bool WaitForStdout(const std::string& needle, Ms timeout) const;
+  bool Running();
+
+ private:
+  pid_t mPid = -1;
+  bool mbReaped = false;
+  int mStatus = 0;
+  std::string mDir;
+};
+
+// Path of the plovrestd binary under test (set by CMake).
+std::string DaemonPath();
+
+struct Message {
+  std::string topic;
+  std::string payload;  // empty when the message had one frame
+  int frames = 0;
+};
+
+// Receives one message within the time-out.
+std::optional<Message> Receive(zsock_t* sock, Ms timeout);
+// Receives until pred matches, within the time-out; other messages are skipped.
+std::optional<Message> ReceiveUntil(zsock_t* sock, Ms timeout,
+                                    const std::function<bool(const Message&)>& pred);
+// Sends a two-frame message [topic, payload].
+void Send(zsock_t* sock, const std::string& topic, const std::string& payload);
+void SendBytes(zsock_t* sock, const std::string& topic, const void* data, size_t size);
+
+// Repeats send() every period until pred matches a message received on sub;
+// the usual way to get past ZeroMQ's slow-joiner window without fixed sleeps.
+std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub, Ms timeout,
+                                 const std::function<bool(const Message&)>& pred,
+                                 Ms period = Ms(50));
+
+// Every peer of the daemon, bound where the device has them, plus a
+// subscriber on the daemon's publishing endpoint.
+struct Peers {
+  Peers();
+  ~Peers();
+  Peers(const Peers&) = delete;
+  Peers& operator=(const Peers&) = delete;
+
+  zsock_t* decoder = nullptr;      // PUB tcp 169.254.2.3:2002
+  zsock_t* hwm = nullptr;          // PUB tcp 169.254.2.3:2000
+  zsock_t* hbMon = nullptr;        // PUB ipc hbMonPubMq.ipc
+  zsock_t* appServer = nullptr;    // PUB ipc appServer.ipc
+  zsock_t* logSink = nullptr;      // PULL tcp 169.254.2.2:9000
+  zsock_t* hbCollector = nullptr;  // PULL tcp 169.254.2.2:10000
+  zsock_t* out = nullptr;          // SUB ipc dlbMetadataPub.ipc, all topics
+};
+
+// The decoder-state payload as the daemon formats it.
+std::string StateText(const std::string& status, const std::string& event);
+
+}  // namespace harness

@@ -1,0 +1,94 @@
+#pragma once
+// Fixture for end-to-end tests: plovrestd on slot 2 with every peer bound, and
+// helpers to steer it the way the monitors and the decoder do.
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <regex>
+#include <string>
+
+#include "DaemonHarness.h"
+#include "Messaging/Topics.h"
+#include "Record/DolbyMetadataRecord.h"
+
+namespace e2e {
+
+using harness::Message;
+using harness::Ms;
+
+inline bool IsState(const Message& m, const std::string& status, const std::string& event) {
+  return m.topic == topic::kDolbyProcStatus && m.payload == harness::StateText(status, event);
+}
+
+inline bool IsTopic(const Message& m, const char* name) { return m.topic == name; }
+
+// A document with its "TS" member (the render time, in seconds) cut out.
+inline std::string WithoutTs(const std::string& doc) {
+  static const std::regex ts("^\\{\"TS\":[0-9]+,?");
+  return std::regex_replace(doc, ts, "{");
+}
+
+inline std::unique_ptr<kv_dolby_metadata_t> NewRecord(int32_t typeId, uint32_t mdType) {
+  auto rec = std::make_unique<kv_dolby_metadata_t>();
+  std::memset(rec.get(), 0, sizeof *rec);
+  rec->protoVer = kRecordProtoVersion;
+  rec->typeId = typeId;
+  rec->mdType = static_cast<dlb_padc_ui_md_type_t>(mdType);
+  return rec;
+}
+
+class LiveDaemon : public testing::Test {
+ protected:
+  void SetUp() override {
+    peers = std::make_unique<harness::Peers>();
+    daemon = std::make_unique<harness::DaemonProcess>(
+        std::vector<std::string>{"-s", "2", "-i", "lo"});
+  }
+
+  void TearDown() override {
+    if (daemon && daemon->Running()) {
+      daemon->Signal(SIGTERM);
+      EXPECT_EQ(daemon->WaitExit(Ms(3000)), 0) << "daemon did not stop cleanly";
+    }
+  }
+
+  void SendHwm(const char* name, const std::string& payload = "{}") {
+    harness::Send(peers->hwm, name, payload);
+  }
+
+  void SendRecord(const kv_dolby_metadata_t& rec, const char* name = topic::kDolbyMetadataEvent) {
+    harness::SendBytes(peers->decoder, name, &rec, sizeof rec);
+  }
+
+  // Switches record decoding on through the hardware monitor and waits for
+  // the daemon's "Decoding" state with the matching event text.
+  void ZoomOn(const char* name = topic::kHwmDlbZoom, const std::string& event = "Dolby Zoom") {
+    auto state = harness::SendUntil([&] { SendHwm(name); }, peers->out, Ms(8000),
+                                    [&](const Message& m) { return IsState(m, "Decoding", event); });
+    ASSERT_TRUE(state.has_value()) << "no \"Decoding\" state after " << name;
+  }
+
+  // Sends the record until its status document comes back on the given topic.
+  std::optional<Message> PublishUntilDocument(const kv_dolby_metadata_t& rec,
+                                              const char* name = topic::kDolbyMetadataGrp) {
+    return harness::SendUntil([&] { SendRecord(rec); }, peers->out, Ms(8000),
+                              [&](const Message& m) { return IsTopic(m, name); });
+  }
+
+  std::optional<Message> Next(const char* name, Ms timeout = Ms(5000)) {
+    return harness::ReceiveUntil(peers->out, timeout,
+                                 [&](const Message& m) { return IsTopic(m, name); });
+  }
+
+  // Drains what is queued on the daemon's endpoint for a short while.
+  void Drain(Ms quiet = Ms(100)) {
+    while (harness::Receive(peers->out, quiet)) {
+    }
+  }
+
+  std::unique_ptr<harness::Peers> peers;
+  std::unique_ptr<harness::DaemonProcess> daemon;
+};
+
+}  // namespace e2e
