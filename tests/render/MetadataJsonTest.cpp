@@ -1,0 +1,168 @@
+// Rules of the JSON builder that every document relies on.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "MetadataJson.h"
+
+namespace {
+
+using rapidjson::Value;
+
+class Json : public cMetadataJson {
+ public:
+  using cMetadataJson::RootObjectMember;
+
+  std::string Text() {
+    Serialize();
+    return std::string(GetString(), GetSize());
+  }
+};
+
+TEST(MetadataJsonTest, UpdateKeepsPositionAndTakesTheNewType) {
+  Json json;
+  std::string title("Level"), text("high"), desc("d");
+  json.AddUpdateObjectMemberToObject<std::string>("Item", title, text, desc, json.Doc());
+  json.AddUpdateIntegerMember("After", 1);
+  desc = "e";
+  json.AddUpdateObjectMemberToObject<int>("Item", title, -7, desc, json.Doc());
+  EXPECT_EQ(json.Text(), R"({"Item":{"Title":"Level","Data":-7,"Desc":"e"},"After":1})");
+}
+
+TEST(MetadataJsonTest, ValueKindsAndTheirNumberForms) {
+  Json json;
+  Value& root = json.Doc();
+  json.AddUpdateMember("u", 4294967295u, root);
+  json.AddUpdateMember("i", -2147483647 - 1, root);
+  json.AddUpdateMember("f", 0.1f, root);
+  json.AddUpdateMember("h", 2.5f, root);
+  json.AddUpdateMember("b", true, root);
+  json.AddUpdateMember("s", std::string("a\"b"), root);
+  EXPECT_EQ(json.Text(),
+            R"({"u":4294967295,"i":-2147483648,"f":0.10000000149011612,"h":2.5,"b":true,)"
+            R"("s":"a\"b"})");
+}
+
+TEST(MetadataJsonTest, OnlyRootOperationsTurnTheRootIntoAnObject) {
+  Json json;
+  json.Doc().SetArray();
+  json.AddUpdateMember("a", 1, json.Doc());
+  json.AddArrayMember("list");
+  EXPECT_EQ(json.RootObjectMember("obj"), nullptr);
+  EXPECT_EQ(json.Text(), "[]");
+
+  json.AddUpdateIntegerMember("a", 1);
+  EXPECT_EQ(json.Text(), R"({"a":1})");
+
+  json.Doc().SetNull();
+  json.AddUpdateBooleanMember("b", false);
+  EXPECT_EQ(json.Text(), R"({"b":false})");
+
+  json.Doc().SetString("x");
+  std::string text("t");
+  json.AddUpdateStringMember("s", text);
+  EXPECT_EQ(json.Text(), R"({"s":"t"})");
+}
+
+TEST(MetadataJsonTest, AddArrayMemberCreatesOnceAndLeavesOtherTypesAlone) {
+  Json json;
+  json.AddUpdateIntegerMember("n", 3);
+  json.AddArrayMember("list");
+  json.AddArrayMember("list");
+  json.AddArrayMember("n");
+  Value inner(rapidjson::kObjectType);
+  json.AddArrayMemberInObject("x", inner);
+  json.AddArrayMemberInObject("x", inner);
+  Value notObject(5);
+  json.AddArrayMemberInObject("x", notObject);
+  EXPECT_EQ(inner.MemberCount(), 1u);
+  EXPECT_TRUE(notObject.IsInt());
+  EXPECT_EQ(json.Text(), R"({"n":3,"list":[]})");
+}
+
+TEST(MetadataJsonTest, AddStringMemberAppendsDuplicatesAndTheFirstMatchWins) {
+  Json json;
+  std::string one("one"), two("two");
+  json.AddStringMember("k", one, json.Doc());
+  json.AddStringMember("k", two, json.Doc());
+  EXPECT_EQ(json.Text(), R"({"k":"one","k":"two"})");
+  json.AddUpdateMember("k", 9, json.Doc());
+  EXPECT_EQ(json.Text(), R"({"k":9,"k":"two"})");
+}
+
+TEST(MetadataJsonTest, NamesMatchExactly) {
+  Json json;
+  json.AddUpdateIntegerMember("Pair", 1);
+  json.AddUpdateIntegerMember("pair", 2);
+  json.AddUpdateIntegerMember("Pair ", 3);
+  json.AddUpdateIntegerMember("Pai", 4);
+  json.AddUpdateIntegerMember("Pair", 5);
+  EXPECT_EQ(json.Text(), R"({"Pair":5,"pair":2,"Pair ":3,"Pai":4})");
+}
+
+TEST(MetadataJsonTest, ItemUnderANonObjectKeyIsLeftAlone) {
+  Json json;
+  json.AddUpdateIntegerMember("Item", 5);
+  std::string title("T"), desc("D");
+  json.AddUpdateObjectMemberToObject<int>("Item", title, 1, desc, json.Doc());
+  json.AddUpdateObjectMemberToObjectWithFloatFactor("Item", title, 1, 10, desc, json.Doc());
+  Value notObject(rapidjson::kArrayType);
+  json.AddUpdateObjectMember<int>(title, 1, desc, notObject);
+  EXPECT_TRUE(notObject.Empty());
+  EXPECT_EQ(json.Text(), R"({"Item":5})");
+}
+
+TEST(MetadataJsonTest, ItemKeyIsCopiedIntoTheDocument) {
+  Json json;
+  std::string title("T"), desc("D");
+  char key[] = "Temporary";
+  json.AddUpdateObjectMemberToObject<bool>(key, title, true, desc, json.Doc());
+  key[0] = 'X';
+  EXPECT_EQ(json.Text(), R"({"Temporary":{"Title":"T","Data":true,"Desc":"D"}})");
+}
+
+TEST(MetadataJsonTest, FloatFactorItemHasFourMembersInOrder) {
+  Json json;
+  std::string title("Gain"), desc("1.5 dB");
+  json.AddUpdateObjectMemberToObjectWithFloatFactor("G", title, 15, 10, desc, json.Doc());
+  desc = "2.0 dB";
+  json.AddUpdateObjectMemberToObjectWithFloatFactor("G", title, 20, 10, desc, json.Doc());
+  EXPECT_EQ(json.Text(), R"({"G":{"Title":"Gain","Data":20,"FFactor":10,"Desc":"2.0 dB"}})");
+}
+
+TEST(MetadataJsonTest, RootObjectMemberFindsCreatesAndRepairs) {
+  Json json;
+  json.AddUpdateIntegerMember("Block", 1);
+  Value* block = json.RootObjectMember("Block");
+  ASSERT_NE(block, nullptr);
+  json.AddUpdateMember("in", 2, *block);
+  EXPECT_EQ(json.RootObjectMember("Block"), block);
+  ASSERT_NE(json.RootObjectMember("Other"), nullptr);
+  EXPECT_EQ(json.Text(), R"({"Block":{"in":2},"Other":{}})");
+}
+
+TEST(MetadataJsonTest, NonFiniteNumberEndsTheTextWhereItStands) {
+  for (float bad : {std::numeric_limits<float>::quiet_NaN(), std::numeric_limits<float>::infinity(),
+                    -std::numeric_limits<float>::infinity()}) {
+    Json json;
+    json.AddUpdateIntegerMember("a", 1);
+    json.AddUpdateMember("b", bad, json.Doc());
+    json.AddUpdateIntegerMember("c", 2);
+    EXPECT_EQ(json.Text(), R"({"a":1,"b":)") << bad;
+  }
+}
+
+TEST(MetadataJsonTest, NewDocumentStartsEmpty) {
+  Json json;
+  json.AddUpdateIntegerMember("a", 1);
+  EXPECT_EQ(json.Text(), R"({"a":1})");
+  json.NewDocument();
+  EXPECT_EQ(json.GetSize(), 0u);
+  EXPECT_TRUE(json.Doc().IsObject());
+  EXPECT_EQ(json.Text(), "{}");
+}
+
+}  // namespace

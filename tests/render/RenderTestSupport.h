@@ -1,0 +1,93 @@
+#pragma once
+// Records filled field by field, the renderer's text, and a few builders for
+// the expected documents, which are written out by hand in the tests.
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include <rapidjson/document.h>
+
+#include "PADMetadataJsonDecStatus.h"
+#include "Record/DolbyMetadataRecord.h"
+
+namespace render_test {
+
+constexpr long kNow = 1700000000;
+
+// A zeroed record of protocol version 19.
+inline std::unique_ptr<kv_dolby_metadata_t> NewRecord(int typeId, uint32_t mdType) {
+  auto rec = std::make_unique<kv_dolby_metadata_t>();
+  std::memset(rec.get(), 0, sizeof *rec);
+  rec->protoVer = kRecordProtoVersion;
+  rec->typeId = typeId;
+  rec->mdType = static_cast<dlb_padc_ui_md_type_t>(mdType);
+  return rec;
+}
+
+inline cPADMetadataJsonDecStatus& Renderer() {
+  cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
+  if (renderer == nullptr) throw std::runtime_error("no renderer");
+  return *renderer;
+}
+
+inline std::string Render(const kv_dolby_metadata_t& rec, long now = kNow) {
+  cPADMetadataJsonDecStatus& renderer = Renderer();
+  EXPECT_TRUE(renderer.PrepareMetadataJson(rec, now));
+  return std::string(renderer.GetString(), renderer.GetSize());
+}
+
+// The rendered document, parsed; fails the test when the text is not JSON.
+inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata_t& rec) {
+  auto doc = std::make_unique<rapidjson::Document>();
+  const std::string text = Render(rec);
+  doc->Parse(text.c_str(), text.size());
+  EXPECT_FALSE(doc->HasParseError()) << text;
+  if (doc->HasParseError() || !doc->IsObject()) doc->SetObject();
+  return doc;
+}
+
+// Member key of obj, or a static null value when missing (the test then
+// fails on the value it expected).
+inline const rapidjson::Value& At(const rapidjson::Value& obj, const char* key) {
+  static const rapidjson::Value kMissing;
+  if (!obj.IsObject()) return kMissing;
+  auto it = obj.FindMember(key);
+  return it == obj.MemberEnd() ? kMissing : it->value;
+}
+inline const rapidjson::Value& At(const rapidjson::Value& array, unsigned i) {
+  static const rapidjson::Value kMissing;
+  return array.IsArray() && i < array.Size() ? array[i] : kMissing;
+}
+
+// The one entry of "StatusInfo"'s "ExData".
+inline const rapidjson::Value& StatusEntry(const rapidjson::Value& doc) {
+  return At(At(At(doc, "StatusInfo"), "ExData"), 0u);
+}
+
+inline std::string Text(const rapidjson::Value& v) { return v.IsString() ? v.GetString() : "<none>"; }
+
+// ---- expected text
+
+inline std::string Q(const std::string& s) { return "\"" + s + "\""; }
+
+// "key":{"Title":title,"Data":data,"Desc":desc}, data given as JSON text.
+inline std::string Item(const std::string& key, const std::string& title, const std::string& data,
+                        const std::string& desc) {
+  return Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + data + ",\"Desc\":" + Q(desc) + "}";
+}
+
+// "ExData":[{items}]
+inline std::string ExData(const std::string& items) { return "\"ExData\":[{" + items + "}]"; }
+
+// {"key":{"Title":title,"Data":index,"Desc":desc,"ExData":[{items}]}}
+inline std::string Section(const std::string& key, const std::string& title, unsigned index,
+                           const std::string& desc, const std::string& items) {
+  return "{" + Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + std::to_string(index) +
+         ",\"Desc\":" + Q(desc) + "," + ExData(items) + "}}";
+}
+
+}  // namespace render_test
