@@ -24,6 +24,15 @@ class cTimer {
   static void SleepForSomeTime(int microseconds);
   static unsigned GetElapsedTime(timespec* start);
 
+  // Absolute deadline `microseconds` after `now`, as SleepForSomeTime
+  // computes it: at most one carry into the seconds.
+  static timespec SleepDeadline(const timespec& now, int microseconds);
+
+  // The clock every reading goes through; clock_gettime by default. Tests
+  // swap in a fake to step time by hand.
+  using ClockFn = int (*)(clockid_t, timespec*);
+  static ClockFn mpClockFn;
+
  private:
   unsigned int mStartMs = 0;
   unsigned int mTimeoutMs = 0;
