@@ -1,0 +1,357 @@
+// Presentation and object document of ED2 records. The per-object values are
+// written at the record's published block offsets:
+//   bed j:     speaker flags 64 + 284j + f, gains 84 + 284j + 4s,
+//              source count 276 + 284j, source targets 280 + 284j + 4k
+//   object j:  channel id 2618 + 776j, class 2620 + 776j,
+//              gains 2624 + 776j + 4s, positions 2816 + 776j + 12s
+//   presentation k at 15034 + 114k: name, bedIncluded +64, bedSetIndex +73,
+//              objectIncluded +82, objectSetIndex +98
+
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <string>
+
+#include "Ac4Ed2TestSupport.h"
+
+namespace {
+
+using ac4_ed2_test::Parse;
+using ac4_ed2_test::Put;
+using ac4_ed2_test::RenderPa;
+using render_test::At;
+using render_test::Item;
+using render_test::Q;
+using rapidjson::Value;
+
+constexpr std::size_t kBedCount = 56;
+constexpr std::size_t kObjectCount = 58;
+constexpr std::size_t kPresentationCount = 15032;
+
+std::size_t PresentationAt(unsigned k) { return 15034 + 114 * k; }
+std::size_t BedFlag(unsigned j, unsigned f) { return 64 + 284 * j + f; }
+std::size_t BedGain(unsigned j, unsigned s) { return 84 + 284 * j + 4 * s; }
+std::size_t BedSources(unsigned j) { return 276 + 284 * j; }
+std::size_t BedTarget(unsigned j, unsigned k) { return 280 + 284 * j + 4 * k; }
+std::size_t ObjectChannel(unsigned j) { return 2618 + 776 * j; }
+std::size_t ObjectClass(unsigned j) { return 2620 + 776 * j; }
+std::size_t ObjectGain(unsigned j, unsigned s) { return 2624 + 776 * j + 4 * s; }
+std::size_t ObjectPosition(unsigned j, unsigned s) { return 2816 + 776 * j + 12 * s; }
+
+void PutName(kv_dolby_metadata_t& rec, unsigned k, const std::string& name) {
+  for (std::size_t i = 0; i < name.size(); ++i) Put<char>(rec, PresentationAt(k) + i, name[i]);
+}
+void Include(kv_dolby_metadata_t& rec, unsigned k, unsigned bed, uint8_t set) {
+  Put<uint8_t>(rec, PresentationAt(k) + 64 + bed, 1);
+  Put<uint8_t>(rec, PresentationAt(k) + 73 + bed, set);
+}
+void IncludeObject(kv_dolby_metadata_t& rec, unsigned k, unsigned object, uint8_t set) {
+  Put<uint8_t>(rec, PresentationAt(k) + 82 + object, 1);
+  Put<uint8_t>(rec, PresentationAt(k) + 98 + object, set);
+}
+void PutPosition(kv_dolby_metadata_t& rec, unsigned j, unsigned s, float x, float y, float z) {
+  Put<float>(rec, ObjectPosition(j, s), x);
+  Put<float>(rec, ObjectPosition(j, s) + 4, y);
+  Put<float>(rec, ObjectPosition(j, s) + 8, z);
+}
+
+std::unique_ptr<kv_dolby_metadata_t> NewEd2Record(uint16_t presentations) {
+  auto rec = render_test::NewRecord(stream_type::kEd2, DLB_PADC_UI_MD_TYPE_ED2);
+  rec->atmosDecode = 1;
+  Put<uint16_t>(*rec, kPresentationCount, presentations);
+  return rec;
+}
+
+// ---- expected entries, every value written out by the caller
+
+std::string BedEntry(const std::string& label, const std::string& channels,
+                     const std::string& configText) {
+  return "{" + Item("Type", "Object Type", "true", "Bed") + "," +
+         Item("Class", "Object Class", "0", "-") + "," +
+         Item("SpeakerConfig", "Speaker Config", Q(label), configText) + "," +
+         Item("x", "Object Position x", "-1.0", "-") + "," +
+         Item("y", "Object Position y", "1.0", "-") + "," +
+         Item("z", "Object Position z", "0.0", "-") + "," + Item("ChID", "Object ID", "0", "-") +
+         "," + Item("Source", "Channel ID", "0", channels) + "," +
+         Item("Gain", "Object Gain", "0.0", "-") + "}";
+}
+
+struct Xyz {
+  const char* data;
+  const char* desc;
+};
+
+std::string DynamicEntry(const std::string& classData, const std::string& classText, Xyz x,
+                         Xyz y, Xyz z, const std::string& id, const std::string& source,
+                         Xyz gain) {
+  return "{" + Item("Type", "Object Type", "false", "Dynamic") + "," +
+         Item("Class", "Object Class", classData, classText) + "," +
+         Item("SpeakerConfig", "Speaker Config", Q("1.0"), "-") + "," +
+         Item("x", "Object Position x", x.data, x.desc) + "," +
+         Item("y", "Object Position y", y.data, y.desc) + "," +
+         Item("z", "Object Position z", z.data, z.desc) + "," +
+         Item("ChID", "Object ID", id, id) + "," + Item("Source", "Channel ID", source, source) +
+         "," + Item("Gain", "Object Gain", gain.data, gain.desc) + "}";
+}
+
+std::string Source(const std::string& target, const std::string& targetText,
+                   const std::string& number, Xyz gain, Xyz x, Xyz y, Xyz z) {
+  return "{" + Item("Target", "Target", target, targetText) + "," +
+         Item("Source", "Source", number, number) + "," +
+         Item("Gain", "Object Gain", gain.data, gain.desc) + "," +
+         Item("x", "Object Position x", x.data, x.desc) + "," +
+         Item("y", "Object Position y", y.data, y.desc) + "," +
+         Item("z", "Object Position z", z.data, z.desc) + "}";
+}
+
+std::string Root(const std::string& count, const std::string& active, const std::string& name) {
+  return R"({"TS":1700000000,"NoPresentations":)" + count + R"(,"ActivePANo":)" + active +
+         R"(,"ActivePAName":)" + Q(name);
+}
+
+TEST(PaDataTest, WholeDocumentWithBedsObjectsAndSources) {
+  auto rec = NewEd2Record(2);
+  rec->activePaNo = 1;
+  Put<int16_t>(*rec, kBedCount, 2);
+  Put<int16_t>(*rec, kObjectCount, 3);
+
+  // Bed 0: L R C LFE Ls Rs, three sources; bed 1: Lfh Rfh, no sources.
+  for (unsigned f = 0; f < 6; ++f) Put<uint8_t>(*rec, BedFlag(0, f), 1);
+  Put<int32_t>(*rec, BedSources(0), 3);
+  Put<int32_t>(*rec, BedTarget(0, 0), 0);   // speaker type 1, L
+  Put<int32_t>(*rec, BedTarget(0, 1), 2);   // speaker type 3, C
+  Put<int32_t>(*rec, BedTarget(0, 2), 20);  // speaker type 21: no name
+  Put<float>(*rec, BedGain(0, 2), -4.5f);
+  Put<uint8_t>(*rec, BedFlag(1, 8), 1);
+  Put<uint8_t>(*rec, BedFlag(1, 9), 1);
+
+  Put<int16_t>(*rec, ObjectChannel(0), 4);
+  Put<uint32_t>(*rec, ObjectClass(0), 1);
+  Put<float>(*rec, ObjectGain(0, 0), -3.0f);
+  PutPosition(*rec, 0, 0, 0.25f, 0.75f, 0.5f);
+  Put<int16_t>(*rec, ObjectChannel(1), -1);
+  Put<uint32_t>(*rec, ObjectClass(1), 9);
+  // Set 60 lies beyond the object's own 48 entries; the offsets still apply.
+  Put<float>(*rec, ObjectGain(1, 60), 0.5f);
+  PutPosition(*rec, 1, 60, 0.5f, 0.25f, 0.0f);
+  Put<int16_t>(*rec, ObjectChannel(2), 254);
+  Put<uint32_t>(*rec, ObjectClass(2), 0);
+  Put<float>(*rec, ObjectGain(2, 3), -6.0f);
+  PutPosition(*rec, 2, 3, 1.0f, 0.0f, 1.0f);
+
+  PutName(*rec, 0, "Main");
+  Include(*rec, 0, 0, 2);
+  Include(*rec, 0, 1, 0);
+  IncludeObject(*rec, 0, 0, 0);
+  IncludeObject(*rec, 0, 2, 3);
+  PutName(*rec, 1, "Commentary");
+  Include(*rec, 1, 1, 1);
+  IncludeObject(*rec, 1, 1, 60);
+
+  const std::string bed0 = BedEntry("5-1", " L R C LFE Ls Rs", " L R C LFE Ls Rs");
+  const std::string bed1 = BedEntry("2-0", " Lfh Rfh", " Lfh Rfh");
+  const std::string object0 = DynamicEntry("1", "Dialogue", {"-0.5", "0.25"}, {"-0.5", "0.75"},
+                                           {"0.5", "0.50"}, "0", "5", {"-3.0", "-3.00"});
+  const std::string object1 = DynamicEntry("1", "9", {"0.0", "0.50"}, {"0.5", "0.25"},
+                                           {"0.0", "0.00"}, "1", "0", {"0.5", "0.50"});
+  const std::string object2 = DynamicEntry("0", "Not indicated", {"1.0", "1.00"}, {"1.0", "0.00"},
+                                           {"1.0", "1.00"}, "2", "255", {"-6.0", "-6.00"});
+  const Xyz g{"-4.5", "-4.50"}, zero{"0.0", "0.00"}, one{"1.0", "1.00"}, minusOne{"-1.0", "-1.00"};
+  const std::string paBed0 =
+      "{" + Item("SpeakerConfig", "Speaker Config", Q("5-1"), " L R C LFE Ls Rs") + "," +
+      Item("NoSources", "No. of Sources", "3", "3") + ",\"Sources\":[" +
+      Source("1", "L", "1", g, minusOne, one, zero) + "," +
+      Source("3", "C", "2", g, zero, one, zero) + "," +
+      Source("21", "21", "3", g, zero, zero, zero) + "]}";
+  const std::string paBed1 = "{" +
+                             Item("SpeakerConfig", "Speaker Config", Q("2-0"), " Lfh Rfh") + "," +
+                             Item("NoSources", "No. of Sources", "0", "0") + ",\"Sources\":[]}";
+
+  const std::string expected =
+      Root("2", "1", "Commentary") + ",\"Presentations\":[{" +
+      R"("Name":{"Title":"Name","Data":true,"Desc":"Main"},"PaObjects":[)" + bed0 + "," + bed1 +
+      "," + object0 + "," + object2 + "],\"PaBed\":" + paBed0 + "},{" +
+      R"("Name":{"Title":"Name","Data":true,"Desc":"Commentary"},"PaObjects":[)" + bed1 + "," +
+      object1 + "],\"PaBed\":" + paBed1 + "}]}";
+  EXPECT_EQ(RenderPa(*rec, true), expected);
+}
+
+TEST(PaDataTest, NotEd2GivesTheEmptyObject) {
+  auto rec = NewEd2Record(2);
+  for (uint32_t mdType : {0u, 1u, 3u, 7u}) {
+    rec->mdType = static_cast<dlb_padc_ui_md_type_t>(mdType);
+    EXPECT_EQ(RenderPa(*rec, true), "{}") << mdType;
+  }
+}
+
+TEST(PaDataTest, NothingListedWithoutObjectsOrAValidCount) {
+  struct Case {
+    bool enabled;
+    uint16_t count;
+  } cases[] = {{false, 2}, {true, 0}, {true, 17}, {true, 0xFFFF}};
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.count);
+    auto rec = NewEd2Record(c.count);
+    rec->activePaNo = 0;
+    PutName(*rec, 0, "Main");
+    EXPECT_EQ(RenderPa(*rec, c.enabled, 42),
+              R"({"TS":42,"NoPresentations":0,"ActivePANo":0,"ActivePAName":""})");
+  }
+}
+
+TEST(PaDataTest, ActiveNumberOutOfRangeShowsCountsButNoList) {
+  auto rec = NewEd2Record(3);
+  rec->activePaNo = 5;
+  PutName(*rec, 0, "Main");
+  EXPECT_EQ(RenderPa(*rec, true), Root("3", "5", "") + "}");
+  rec->activePaNo = 3;
+  EXPECT_EQ(RenderPa(*rec, true), Root("3", "3", "") + "}");
+}
+
+TEST(PaDataTest, EmptyActiveNameStillListsThePresentations) {
+  auto rec = NewEd2Record(2);
+  rec->activePaNo = 0;
+  PutName(*rec, 1, "Second");
+  auto doc = Parse(RenderPa(*rec, true));
+  EXPECT_EQ(render_test::Text(At(*doc, "ActivePAName")), "");
+  const Value& presentations = At(*doc, "Presentations");
+  ASSERT_TRUE(presentations.IsArray());
+  ASSERT_EQ(presentations.Size(), 2u);
+  // The name item's data tells that a text is there, even an empty one.
+  EXPECT_TRUE(At(At(presentations[0], "Name"), "Data").GetBool());
+  EXPECT_EQ(render_test::Text(At(At(presentations[0], "Name"), "Desc")), "");
+  EXPECT_EQ(render_test::Text(At(At(presentations[1], "Name"), "Desc")), "Second");
+  // Nothing included: no objects and an empty bed.
+  EXPECT_EQ(At(presentations[0], "PaObjects").Size(), 0u);
+  EXPECT_TRUE(At(presentations[0], "PaBed").IsObject());
+  EXPECT_EQ(At(presentations[0], "PaBed").MemberCount(), 0u);
+}
+
+TEST(PaDataTest, UnterminatedNameStopsAt64Characters) {
+  auto rec = NewEd2Record(1);
+  PutName(*rec, 0, std::string(64, 'n'));
+  Put<uint8_t>(*rec, PresentationAt(0) + 64, 'X');  // bedIncluded[0] right after the name
+  auto doc = Parse(RenderPa(*rec, true));
+  EXPECT_EQ(render_test::Text(At(*doc, "ActivePAName")), std::string(64, 'n'));
+}
+
+TEST(PaDataTest, ObjectCountsAreClampedAndNegativeMeansNone) {
+  auto rec = NewEd2Record(1);
+  for (unsigned j = 0; j < 16; ++j) IncludeObject(*rec, 0, j, 0);
+  for (unsigned j = 0; j < 9; ++j) Include(*rec, 0, j, 0);
+  const struct {
+    int16_t beds;
+    int16_t objects;
+    unsigned entries;
+  } cases[] = {{12, 20, 9 + 16}, {9, 16, 25}, {1, 2, 3}, {0, 0, 0}, {-1, -5, 0}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.beds);
+    Put<int16_t>(*rec, kBedCount, c.beds);
+    Put<int16_t>(*rec, kObjectCount, c.objects);
+    auto doc = Parse(RenderPa(*rec, true));
+    const Value& objects = At(At(At(*doc, "Presentations"), 0u), "PaObjects");
+    ASSERT_TRUE(objects.IsArray());
+    EXPECT_EQ(objects.Size(), c.entries);
+  }
+}
+
+TEST(PaDataTest, BedSourceCountAndTargetsAreBounded) {
+  auto rec = NewEd2Record(1);
+  Put<int16_t>(*rec, kBedCount, 1);
+  Include(*rec, 0, 0, 0);
+  Put<int32_t>(*rec, BedSources(0), 20);
+  Put<int32_t>(*rec, BedTarget(0, 0), -1);       // type 0, "-"
+  Put<int32_t>(*rec, BedTarget(0, 1), 16);       // type 17, LFE2
+  Put<int32_t>(*rec, BedTarget(0, 2), INT_MAX);  // wraps, shown as a number
+  Put<int32_t>(*rec, BedTarget(0, 3), -5);       // type -4
+  Put<int32_t>(*rec, BedTarget(0, 4), 12);       // type 13, Lrh
+  auto doc = Parse(RenderPa(*rec, true));
+  const Value& bed = At(At(At(*doc, "Presentations"), 0u), "PaBed");
+  EXPECT_EQ(At(At(bed, "NoSources"), "Data").GetInt(), 20);
+  const Value& sources = At(bed, "Sources");
+  ASSERT_TRUE(sources.IsArray());
+  ASSERT_EQ(sources.Size(), 16u);
+
+  const struct {
+    unsigned k;
+    int target;
+    const char* text;
+    double x, y, z;
+  } expected[] = {{0, 0, "-", 0, 0, 0},
+                  {1, 17, "LFE2", 0, 1, 0},
+                  {2, INT_MIN, "-2147483648", 0, 0, 0},
+                  {3, -4, "-4", 0, 0, 0},
+                  {4, 13, "Lrh", -1, -1, 1},
+                  {15, 1, "L", -1, 1, 0}};  // stored 0: type 1
+  for (const auto& e : expected) {
+    SCOPED_TRACE(e.k);
+    const Value& source = sources[e.k];
+    EXPECT_EQ(At(At(source, "Target"), "Data").GetInt(), e.target);
+    EXPECT_EQ(render_test::Text(At(At(source, "Target"), "Desc")), e.text);
+    EXPECT_EQ(At(At(source, "Source"), "Data").GetUint(), e.k + 1);
+    EXPECT_EQ(At(At(source, "x"), "Data").GetDouble(), e.x);
+    EXPECT_EQ(At(At(source, "y"), "Data").GetDouble(), e.y);
+    EXPECT_EQ(At(At(source, "z"), "Data").GetDouble(), e.z);
+  }
+
+  Put<int32_t>(*rec, BedSources(0), -3);
+  doc = Parse(RenderPa(*rec, true));
+  const Value& none = At(At(At(*doc, "Presentations"), 0u), "PaBed");
+  EXPECT_EQ(At(At(none, "NoSources"), "Data").GetInt(), -3);
+  EXPECT_EQ(At(none, "Sources").Size(), 0u);
+}
+
+TEST(PaDataTest, PaBedDescribesTheFirstIncludedBedWithItsSetGain) {
+  auto rec = NewEd2Record(1);
+  Put<int16_t>(*rec, kBedCount, 3);
+  Include(*rec, 0, 1, 200);  // beds 1 and 2; bed 0 left out
+  Include(*rec, 0, 2, 0);
+  Put<uint8_t>(*rec, BedFlag(1, 16), 1);  // LFE2
+  Put<int32_t>(*rec, BedSources(1), 1);
+  Put<int32_t>(*rec, BedTarget(1, 0), 3);
+  Put<float>(*rec, BedGain(1, 200), 2.25f);  // set 200: past the bed's own gains
+  Put<int32_t>(*rec, BedSources(0), 5);
+  auto doc = Parse(RenderPa(*rec, true));
+  const Value& bed = At(At(At(*doc, "Presentations"), 0u), "PaBed");
+  EXPECT_EQ(render_test::Text(At(At(bed, "SpeakerConfig"), "Data")), "0-1");
+  EXPECT_EQ(render_test::Text(At(At(bed, "SpeakerConfig"), "Desc")), " LFE2");
+  ASSERT_EQ(At(bed, "Sources").Size(), 1u);
+  const Value& source = At(bed, "Sources")[0];
+  EXPECT_EQ(render_test::Text(At(At(source, "Target"), "Desc")), "LFE");
+  EXPECT_EQ(At(At(source, "Gain"), "Data").GetDouble(), 2.25);
+  EXPECT_EQ(render_test::Text(At(At(source, "Gain"), "Desc")), "2.25");
+
+  // A bed without speakers: "-" for the configuration, an empty source text.
+  const Value& objects = At(At(At(*doc, "Presentations"), 0u), "PaObjects");
+  ASSERT_EQ(objects.Size(), 2u);
+  EXPECT_EQ(render_test::Text(At(At(objects[1], "SpeakerConfig"), "Data")), "0-0");
+  EXPECT_EQ(render_test::Text(At(At(objects[1], "SpeakerConfig"), "Desc")), "-");
+  EXPECT_EQ(render_test::Text(At(At(objects[1], "Source"), "Desc")), "");
+}
+
+TEST(PaDataTest, ObjectClassTextsAndHighestSetIndex) {
+  auto rec = NewEd2Record(1);
+  Put<int16_t>(*rec, kObjectCount, 1);
+  IncludeObject(*rec, 0, 0, 255);
+  Put<float>(*rec, ObjectGain(0, 255), -1.25f);
+  PutPosition(*rec, 0, 255, 0.0f, 1.0f, 0.75f);
+  const char* const names[] = {"Not indicated",     "Dialogue",  "Music",
+                               "Effects",           "Music and effects", "Commentary",
+                               "Audio description", "Emergency", "Voice over"};
+  for (uint32_t code = 0; code <= 9; ++code) {
+    SCOPED_TRACE(code);
+    Put<uint32_t>(*rec, ObjectClass(0), code);
+    auto doc = Parse(RenderPa(*rec, true));
+    const Value& object = At(At(At(At(*doc, "Presentations"), 0u), "PaObjects"), 0u);
+    EXPECT_EQ(At(At(object, "Class"), "Data").GetInt(), code != 0 ? 1 : 0);
+    EXPECT_EQ(render_test::Text(At(At(object, "Class"), "Desc")),
+              code < 9 ? names[code] : std::string("9"));
+    EXPECT_EQ(At(At(object, "Gain"), "Data").GetDouble(), -1.25);
+    EXPECT_EQ(At(At(object, "x"), "Data").GetDouble(), -1.0);
+    EXPECT_EQ(At(At(object, "y"), "Data").GetDouble(), -1.0);
+    EXPECT_EQ(render_test::Text(At(At(object, "y"), "Desc")), "1.00");
+    EXPECT_EQ(render_test::Text(At(At(object, "z"), "Desc")), "0.75");
+  }
+}
+
+}  // namespace
