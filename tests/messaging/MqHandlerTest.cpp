@@ -4,8 +4,6 @@
 #include <czmq.h>
 #include <gtest/gtest.h>
 
-#include <dirent.h>
-
 #include <cstring>
 #include <string>
 #include <vector>
@@ -16,7 +14,9 @@
 
 namespace {
 
+using mqtest::FdCountSettlesAtMost;
 using mqtest::MakeTable;
+using mqtest::SettledFdCount;
 using mqtest::WaitUntil;
 
 constexpr const char* kEndpoint = "mqHandlerTest.ipc";
@@ -24,35 +24,6 @@ constexpr const char* kTcpHost = "169.254.2.3";
 constexpr const char* kForeignHost = "10.99.99.99";  // not on this host: bind fails
 // Longer than a unix socket path may be: bind and connect fail at once.
 const std::string kTooLongName(200, 'n');
-
-// Every open ZeroMQ socket holds a descriptor of its own, so a socket that was
-// really destroyed shows up as one descriptor fewer once the library's reaper
-// thread ran. Sockets closed earlier may still be reaped meanwhile, which can
-// only lower the count: a leak is "more than before", never "not equal".
-size_t OpenFdCount() {
-  size_t n = 0;
-  if (DIR* dir = opendir("/proc/self/fd")) {
-    while (readdir(dir) != nullptr) ++n;
-    closedir(dir);
-  }
-  return n;
-}
-
-// The count once pending closures have been reaped (two equal samples).
-size_t SettledFdCount() {
-  size_t last = OpenFdCount();
-  WaitUntil([&] {
-    const size_t now = OpenFdCount();
-    const bool same = (now == last);
-    last = now;
-    return same;
-  });
-  return last;
-}
-
-bool FdCountSettlesAtMost(size_t expected) {
-  return WaitUntil([&] { return OpenFdCount() <= expected; });
-}
 
 struct Delivery {
   std::string topic;

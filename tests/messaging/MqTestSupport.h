@@ -4,6 +4,7 @@
 // it is seen and ignore late copies of it afterwards. Every wait is bounded.
 
 #include <czmq.h>
+#include <dirent.h>
 
 #include <algorithm>
 #include <chrono>
@@ -25,6 +26,35 @@ bool WaitUntil(Pred done, int tries = 600) {
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   return done();
+}
+
+// Every open ZeroMQ socket holds a descriptor of its own, so a socket that was
+// really destroyed shows up as one descriptor fewer once the library's reaper
+// thread ran. Sockets closed earlier may still be reaped meanwhile, which can
+// only lower the count: a leak is "more than before", never "not equal".
+inline size_t OpenFdCount() {
+  size_t n = 0;
+  if (DIR* dir = opendir("/proc/self/fd")) {
+    while (readdir(dir) != nullptr) ++n;
+    closedir(dir);
+  }
+  return n;
+}
+
+// The count once pending closures have been reaped (two equal samples).
+inline size_t SettledFdCount() {
+  size_t last = OpenFdCount();
+  WaitUntil([&] {
+    const size_t now = OpenFdCount();
+    const bool same = (now == last);
+    last = now;
+    return same;
+  });
+  return last;
+}
+
+inline bool FdCountSettlesAtMost(size_t expected) {
+  return WaitUntil([&] { return OpenFdCount() <= expected; });
 }
 
 // A zeroed topic table of `count` 128-character entries.
