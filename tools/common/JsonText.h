@@ -1,0 +1,28 @@
+#pragma once
+// JSON text helpers shared by the tools: parsing with a readable error
+// position, compact and indented output, and floats written in their
+// shortest form (0.1f reads back as 0.1, not 0.10000000149011612).
+
+#include <string>
+
+#include <rapidjson/document.h>
+
+namespace tools {
+
+// Parses `text` into `doc`. On a syntax error returns false and sets `error`
+// to "line L, column C: <reason>".
+bool ParseJsonText(const std::string& text, rapidjson::Document& doc, std::string& error);
+
+std::string CompactJson(const rapidjson::Value& value);
+std::string PrettyJson(const rapidjson::Value& value);
+
+// The shortest decimal that reads back as the same float, as a double.
+double ShortestFloat(float value);
+
+// The kind of a JSON value in words ("a string", "an array", ...), for errors.
+const char* JsonKind(const rapidjson::Value& value);
+
+// Reads a whole file. Returns false and sets `error` (with the OS reason).
+bool ReadFile(const std::string& path, std::string& contents, std::string& error);
+
+}  // namespace tools

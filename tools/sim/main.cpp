@@ -1,0 +1,176 @@
+// plovrest-sim: plays the decoder and the monitors that plovrestd talks to.
+
+#include <algorithm>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <memory>
+
+#include <zmq.h>
+
+#include "common/JsonText.h"
+#include "record/RecordReadBack.h"
+#include "scenario/BuiltinScenarios.h"
+#include "scenario/Scenario.h"
+#include "sim/Peers.h"
+#include "sim/Player.h"
+#include "sim/SimOptions.h"
+
+namespace {
+
+constexpr const char* kVersion = "plovrest-sim 0.1.0";
+constexpr int kExitFailure = 1;
+constexpr int kExitBadInput = 2;
+
+volatile std::sig_atomic_t gStop = 0;
+void OnSignal(int) { gStop = 1; }
+
+int BadInput(const std::string& message) {
+  std::fprintf(stderr, "plovrest-sim: %s\n", message.c_str());
+  return kExitBadInput;
+}
+
+int ListScenarios() {
+  for (const auto& name : tools::BuiltinScenarioNames()) {
+    tools::Scenario s;
+    std::string error;
+    const bool ok = tools::LoadBuiltinScenario(name, s, error);
+    std::printf("  %-10s %s\n", name.c_str(), ok ? s.description.c_str() : error.c_str());
+  }
+  return 0;
+}
+
+int WriteOrShowRecord(const sim::SimOptions& options, const tools::Scenario& scenario) {
+  const auto& record = scenario.steps[static_cast<std::size_t>(options.step - 1)].record;
+  if (options.showRecord) {
+    rapidjson::Document doc;
+    tools::ReadBackRecord(record, doc);
+    std::printf("%s\n", tools::PrettyJson(doc).c_str());
+  }
+  if (!options.writeRecord.empty()) {
+    std::ofstream out(options.writeRecord, std::ios::binary | std::ios::trunc);
+    out.write(reinterpret_cast<const char*>(&record), sizeof record);
+    out.close();
+    if (!out) {
+      std::fprintf(stderr, "plovrest-sim: --write-record: cannot write %s\n", options.writeRecord.c_str());
+      return kExitFailure;
+    }
+    if (options.verbosity > 0 && !options.showRecord)
+      std::printf("wrote %s: %zu bytes, step %ld of %zu of scenario '%s' (typeId %d, mdType %u)\n",
+                  options.writeRecord.c_str(), sizeof record, options.step, scenario.steps.size(),
+                  scenario.name.c_str(), record.typeId, static_cast<unsigned>(record.mdType));
+  }
+  return 0;
+}
+
+std::string EndpointFor(const sim::SimOptions& options, const std::string& peer) {
+  const auto it = options.endpoints.find(peer);
+  return it != options.endpoints.end() ? it->second : sim::DefaultEndpoint(peer);
+}
+
+// The bound sockets and the player's view of them.
+struct Peers {
+  std::vector<std::unique_ptr<sim::Publisher>> publishers;
+  std::vector<std::unique_ptr<sim::Sink>> sinks;
+  sim::PeerSet set;
+};
+
+bool BindPeers(const sim::SimOptions& options, void* context, Peers& peers, std::string& error) {
+  auto bindPublisher = [&](const std::string& peer) -> sim::Publisher* {
+    peers.publishers.push_back(std::make_unique<sim::Publisher>(context, peer));
+    return peers.publishers.back()->Bind(EndpointFor(options, peer), error) ? peers.publishers.back().get()
+                                                                            : nullptr;
+  };
+  if (options.decoder && (peers.set.decoder = bindPublisher("decoder")) == nullptr) return false;
+  if (options.monitors) {
+    if ((peers.set.hwm = bindPublisher("hwm")) == nullptr) return false;
+    if ((peers.set.hbmon = bindPublisher("hbmon")) == nullptr) return false;
+    if ((peers.set.appserver = bindPublisher("appserver")) == nullptr) return false;
+  }
+  if (options.sinks) {
+    for (const char* peer : {"logsink", "heartbeat"}) {
+      peers.sinks.push_back(std::make_unique<sim::Sink>(context, peer));
+      if (!peers.sinks.back()->Bind(EndpointFor(options, peer), error)) return false;
+      peers.set.sinks.push_back(peers.sinks.back().get());
+    }
+  }
+  return true;
+}
+
+void PrintStart(const sim::SimOptions& options, const tools::Scenario& scenario, const Peers& peers) {
+  std::printf("plovrest-sim: scenario '%s' (%zu step%s): %s\n", scenario.name.c_str(), scenario.steps.size(),
+              scenario.steps.size() == 1 ? "" : "s", scenario.description.c_str());
+  for (const auto& p : peers.publishers) {
+    if (p.get() == peers.set.decoder)
+      std::printf("  %-10s %s, %g records/s\n", p->Name().c_str(), p->Endpoint().c_str(), options.rate);
+    else
+      std::printf("  %-10s %s\n", p->Name().c_str(), p->Endpoint().c_str());
+  }
+  for (const auto& s : peers.sinks) std::printf("  %-10s %s (receiving)\n", s->Name().c_str(), s->Endpoint().c_str());
+  std::fflush(stdout);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  sim::SimOptions options;
+  std::string error;
+  if (!sim::ParseSimOptions(argc, argv, options, error)) {
+    std::fprintf(stderr, "plovrest-sim: %s\nTry 'plovrest-sim --help'.\n", error.c_str());
+    return kExitBadInput;
+  }
+  if (options.help) {
+    std::fputs(sim::SimUsage().c_str(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    std::printf("%s\n", kVersion);
+    return 0;
+  }
+  if (options.list) return ListScenarios();
+
+  tools::Scenario scenario;
+  if (!options.scenarioFile.empty()) {
+    if (!tools::LoadScenarioFile(options.scenarioFile, scenario, error))
+      return BadInput("--scenario-file " + error);
+  } else if (!tools::LoadBuiltinScenario(options.scenarioName.empty() ? "ddp" : options.scenarioName,
+                                         scenario, error)) {
+    return BadInput("--scenario: " + error);
+  }
+  if (options.step > static_cast<long>(scenario.steps.size()))
+    return BadInput("--step: " + std::to_string(options.step) + " is past the last step of '" +
+                    scenario.name + "' (" + std::to_string(scenario.steps.size()) + ")");
+  if (!options.writeRecord.empty() || options.showRecord) return WriteOrShowRecord(options, scenario);
+
+  for (const auto& e : options.events) {
+    tools::TimedEvent timed;
+    timed.at = e.at;
+    timed.text = e.text;
+    tools::ParseMonitorEvent(e.text, timed.message, error);  // checked by the option parser
+    scenario.events.push_back(timed);
+  }
+  std::stable_sort(scenario.events.begin(), scenario.events.end(),
+                   [](const tools::TimedEvent& a, const tools::TimedEvent& b) { return a.at < b.at; });
+
+  std::unique_ptr<void, int (*)(void*)> context(zmq_ctx_new(), zmq_ctx_term);
+  {
+    Peers peers;
+    if (!BindPeers(options, context.get(), peers, error)) {
+      std::fprintf(stderr, "plovrest-sim: %s\n", error.c_str());
+      return kExitFailure;
+    }
+    std::signal(SIGINT, OnSignal);
+    std::signal(SIGTERM, OnSignal);
+    if (options.verbosity > 0) PrintStart(options, scenario, peers);
+    sim::Player player(scenario, options, peers.set);
+    player.Run(gStop);
+    if (options.verbosity > 0) {
+      std::printf("plovrest-sim: sent %ld record%s and %ld monitor message%s in %.1f s", player.RecordsSent(),
+                  player.RecordsSent() == 1 ? "" : "s", player.MonitorMessagesSent(),
+                  player.MonitorMessagesSent() == 1 ? "" : "s", player.Seconds());
+      if (options.sinks) std::printf("; received %ld on the sinks", player.SinkMessages());
+      std::printf("\n");
+    }
+  }  // sockets close before the context terminates
+  return 0;
+}

@@ -1,0 +1,173 @@
+#include "tap/MessageView.h"
+
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+
+#include <rapidjson/document.h>
+
+#include "Messaging/Topics.h"
+#include "Record/DolbyMetadataRecord.h"
+#include "common/JsonText.h"
+#include "tap/DocFormat.h"
+
+namespace tap {
+namespace {
+
+using rapidjson::Value;
+
+constexpr std::size_t kGistTextLimit = 80;
+
+bool IsText(const std::string& s) {
+  for (unsigned char c : s)
+    if (c < 0x20 && c != '\n' && c != '\r' && c != '\t') return false;
+  return true;
+}
+
+// A decoder record rather than a document that happens to have its size.
+bool IsRecord(const std::string& payload) { return payload.size() == kRecordSize && payload[0] != '{'; }
+
+bool ParseDocument(const std::string& payload, rapidjson::Document& doc) {
+  doc.Parse(payload.c_str(), payload.size());
+  return !doc.HasParseError();
+}
+
+std::string Member(const Value& obj, const char* name) {
+  if (!obj.IsObject() || !obj.HasMember(name)) return std::string();
+  return CellText(obj[name]);
+}
+
+// The status document's stream type text ("Type" item of "StatusInfo").
+std::string StreamType(const Value& doc) {
+  if (!doc.HasMember("StatusInfo")) return std::string();
+  const Value& info = doc["StatusInfo"];
+  if (!info.IsObject() || !info.HasMember("ExData") || !info["ExData"].IsArray() || info["ExData"].Empty())
+    return std::string();
+  const Value& items = info["ExData"][0];
+  if (!items.IsObject() || !items.HasMember("Type")) return std::string();
+  return Member(items["Type"], "Desc");
+}
+
+std::string StatusGist(const Value& doc) {
+  if (doc.ObjectEmpty()) return "{} (no document)";
+  std::string gist = "TypeId " + Member(doc, "TypeId") + ", MdId " + Member(doc, "MdId");
+  const std::string type = StreamType(doc);
+  if (!type.empty()) gist += ": " + type;
+  return gist + ", " + std::to_string(TableRows(doc).size()) + " rows";
+}
+
+std::string PaGist(const Value& doc) {
+  if (doc.ObjectEmpty()) return "{} (no document)";
+  std::string gist = Member(doc, "NoPresentations") + " presentation(s), active " + Member(doc, "ActivePANo");
+  const std::string name = Member(doc, "ActivePAName");
+  if (!name.empty()) gist += " \"" + name + "\"";
+  return gist;
+}
+
+std::string RecordGist(const std::string& payload) {
+  kv_dolby_metadata_t header;
+  std::memcpy(&header, payload.data(), kHeaderSize);
+  return "record: protoVer " + std::to_string(header.protoVer) + ", typeId " + std::to_string(header.typeId) +
+         ", mdType " + std::to_string(static_cast<unsigned>(header.mdType)) + ", " +
+         std::to_string(payload.size()) + " bytes";
+}
+
+std::string Clock(double time) {
+  const std::time_t seconds = static_cast<std::time_t>(time);
+  std::tm local{};
+  localtime_r(&seconds, &local);
+  char buf[32];
+  const int ms = static_cast<int>((time - static_cast<double>(seconds)) * 1000);
+  std::snprintf(buf, sizeof buf, "%02d:%02d:%02d.%03d", local.tm_hour, local.tm_min, local.tm_sec,
+                ms < 0 ? 0 : ms > 999 ? 999 : ms);
+  return buf;
+}
+
+}  // namespace
+
+bool ViewFromName(const std::string& name, View& out) {
+  if (name == "summary") out = View::Summary;
+  else if (name == "table") out = View::Table;
+  else if (name == "pretty") out = View::Pretty;
+  else if (name == "raw") out = View::Raw;
+  else return false;
+  return true;
+}
+
+std::string Gist(const Message& m) {
+  if (IsRecord(m.payload)) return RecordGist(m.payload);
+  rapidjson::Document doc;
+  const bool json = ParseDocument(m.payload, doc);
+  if (json && doc.IsObject()) {
+    if (m.topic == topic::kDolbyProcStatus) {
+      const std::string event = Member(doc, "Event");
+      return Member(doc, "Status") + (event.empty() ? "" : " (" + event + ")");
+    }
+    if (m.topic == topic::kDolbyMetadataGrp || m.topic == topic::kDolbyMetadataGrpRepub) return StatusGist(doc);
+    if (m.topic == topic::kDolbyPAData || m.topic == topic::kDolbyPADataRepub) return PaGist(doc);
+  }
+  if (!IsText(m.payload)) return std::to_string(m.payload.size()) + " bytes (binary)";
+  if (m.payload.size() <= kGistTextLimit) return m.payload;
+  return m.payload.substr(0, kGistTextLimit - 3) + "...";
+}
+
+std::string SummaryLine(const Message& m) {
+  std::string line = Clock(m.time) + "  " + m.topic;
+  if (m.topic.size() < 22) line += std::string(22 - m.topic.size(), ' ');
+  line += "  " + Gist(m);
+  if (m.frames != 2) line += "  [" + std::to_string(m.frames) + " frames]";
+  return line;
+}
+
+std::string FormatMessage(const Message& m, View view) {
+  std::string text = SummaryLine(m) + "\n";
+  if (view == View::Summary) return text;
+  if (view == View::Raw) {
+    if (IsText(m.payload)) return text + m.payload + "\n";
+    return text;
+  }
+  rapidjson::Document doc;
+  if (!ParseDocument(m.payload, doc)) {
+    if (IsText(m.payload)) text += m.payload + "\n";
+    return text;
+  }
+  if (view == View::Pretty) return text + tools::PrettyJson(doc) + "\n";
+  return text + FormatTable(TableRows(doc));
+}
+
+std::string JsonLine(const Message& m) {
+  rapidjson::Document line;
+  line.SetObject();
+  auto& a = line.GetAllocator();
+  line.AddMember("time", m.time, a);
+  line.AddMember("topic", Value(m.topic.c_str(), static_cast<rapidjson::SizeType>(m.topic.size()), a), a);
+  line.AddMember("size", static_cast<uint64_t>(m.payload.size()), a);
+  if (m.frames != 2) line.AddMember("frames", m.frames, a);
+  rapidjson::Document payload;
+  if (IsRecord(m.payload)) {
+    kv_dolby_metadata_t header;
+    std::memcpy(&header, m.payload.data(), kHeaderSize);
+    Value record(rapidjson::kObjectType);
+    record.AddMember("protoVer", header.protoVer, a);
+    record.AddMember("typeId", header.typeId, a);
+    record.AddMember("mdType", static_cast<unsigned>(header.mdType), a);
+    line.AddMember("binary", true, a);
+    line.AddMember("record", record, a);
+  } else if (ParseDocument(m.payload, payload)) {
+    line.AddMember("payload", Value(payload, a), a);
+  } else if (IsText(m.payload)) {
+    line.AddMember("text", Value(m.payload.c_str(), static_cast<rapidjson::SizeType>(m.payload.size()), a), a);
+  } else {
+    line.AddMember("binary", true, a);
+  }
+  return tools::CompactJson(line);
+}
+
+std::string WithoutTimestamp(const std::string& payload) {
+  rapidjson::Document doc;
+  if (!ParseDocument(payload, doc) || !doc.IsObject()) return payload;
+  doc.RemoveMember("TS");
+  return tools::CompactJson(doc);
+}
+
+}  // namespace tap

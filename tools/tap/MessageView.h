@@ -1,0 +1,40 @@
+#pragma once
+// One received message in the tap's output forms: a one-line summary, the
+// table of its items, indented JSON, the payload as received, or one JSON
+// line for scripts.
+
+#include <string>
+
+namespace tap {
+
+struct Message {
+  std::string topic;
+  std::string payload;  // the second frame, as received
+  double time = 0;      // seconds since the epoch, when received
+  int frames = 2;
+};
+
+enum class View { Summary, Table, Pretty, Raw };
+
+bool ViewFromName(const std::string& name, View& out);
+
+// "TypeId 16, MdId 1: Dolby Digital Plus, 23 items" and similar: what the
+// payload says in a few words.
+std::string Gist(const Message& message);
+
+// "12:00:01.250  DolbyMetadataGrp  <gist>"
+std::string SummaryLine(const Message& message);
+
+// The summary line, followed for the table, pretty and raw views by the
+// payload in that form.
+std::string FormatMessage(const Message& message, View view);
+
+// {"time":..,"topic":..,"size":..,"payload":<JSON>} ("text" for a payload
+// that is not JSON, "binary":true for one that is not text; a decoder
+// record also gets its "record" header fields).
+std::string JsonLine(const Message& message);
+
+// The payload without its "TS" member, for comparing successive documents.
+std::string WithoutTimestamp(const std::string& payload);
+
+}  // namespace tap

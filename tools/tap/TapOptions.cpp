@@ -1,0 +1,136 @@
+#include "tap/TapOptions.h"
+
+#include "common/ArgParser.h"
+
+namespace tap {
+
+const char* TapUsage() {
+  return "Usage: plovrest-tap [OPTIONS]\n"
+         "Shows what plovrestd publishes on its metadata endpoint: decoder state,\n"
+         "status documents and presentation documents. Run it where the daemon's\n"
+         "endpoint exists (on the device, or inside scripts/netns-run.sh).\n"
+         "\n"
+         "Live:\n"
+         "  --topic TOPIC        show only TOPIC (exact name; repeat for several), e.g.\n"
+         "                       DolbyProcStatus, DolbyMetadataGrp, DolbyMetadataGrpRepub,\n"
+         "                       \"DolbyPAData>>\"\n"
+         "  --view VIEW          summary (default): one line per message\n"
+         "                       table: the items of each document (key, title, data, desc)\n"
+         "                       pretty: each document as indented JSON\n"
+         "                       raw: each payload as received\n"
+         "  --changes            show a document only when it differs from the previous one\n"
+         "                       on its topic (its \"TS\" time stamp aside)\n"
+         "  --stats              instead of messages, every --interval seconds: per-topic\n"
+         "                       count and rate, the latest decoder state and stream\n"
+         "  --interval S         seconds between statistics reports (default 2)\n"
+         "  --jsonl              one JSON object per line and message, for scripts\n"
+         "  --count N            exit after N messages shown\n"
+         "  --timeout S          exit after S seconds (status 3 if --count was not reached)\n"
+         "  --endpoint URL       subscribe to URL instead of the daemon's endpoint; the\n"
+         "                       decoder's (tcp://169.254.2.3:2002) shows its records\n"
+         "  --capture FILE       write each decoder record received to FILE (the last stays)\n"
+         "\n"
+         "Record files:\n"
+         "  --decode FILE        render a captured record (33,704 bytes) as the daemon\n"
+         "                       does, shown with --view (default table)\n"
+         "  --fields             with --decode: the record's fields as JSON instead, in the\n"
+         "                       form plovrest-sim --scenario-file takes\n"
+         "\n"
+         "  -h, --help           this text\n"
+         "  --version            the version\n"
+         "\n"
+         "Exit status: 0 done, 1 runtime failure (connect, file), 2 bad arguments or\n"
+         "file, 3 --timeout before --count messages.\n"
+         "\n"
+         "Examples:\n"
+         "  plovrest-tap --topic DolbyMetadataGrp --view table --changes\n"
+         "  plovrest-tap --jsonl --count 20 --timeout 10\n"
+         "  plovrest-tap --decode report.bin\n";
+}
+
+bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error) {
+  tools::ArgParser args(argc, argv,
+                        {{"endpoint", 0, true}, {"topic", 0, true},  {"view", 0, true},
+                         {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
+                         {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
+                         {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
+                         {"help", 'h', false},  {"version", 0, false}});
+  std::string name, value;
+  bool intervalGiven = false;
+  while (args.Next(name, value)) {
+    if (name == "endpoint") {
+      if (value.find("://") == std::string::npos) {
+        error = "--endpoint: '" + value + "' is not an endpoint URL (tcp://HOST:PORT or ipc://PATH)";
+        return false;
+      }
+      out.endpoint = value;
+    } else if (name == "topic") {
+      if (value.empty()) {
+        error = "--topic: needs a topic name";
+        return false;
+      }
+      out.topics.push_back(value);
+    } else if (name == "view") {
+      if (!tools::ParseChoice(name, value, {"summary", "table", "pretty", "raw"}, error)) return false;
+      ViewFromName(value, out.view);
+      out.viewGiven = true;
+    } else if (name == "jsonl") {
+      out.jsonl = true;
+    } else if (name == "stats") {
+      out.stats = true;
+    } else if (name == "interval") {
+      if (!tools::ParseNumber(name, value, 0.1, 3600, out.interval, error)) return false;
+      intervalGiven = true;
+    } else if (name == "changes") {
+      out.changes = true;
+    } else if (name == "count") {
+      if (!tools::ParseCount(name, value, 1, 1000000000L, out.count, error)) return false;
+    } else if (name == "timeout") {
+      if (!tools::ParseNumber(name, value, 0.001, 7 * 24 * 3600.0, out.timeout, error)) return false;
+    } else if (name == "decode") {
+      out.decodeFile = value;
+    } else if (name == "fields") {
+      out.fields = true;
+    } else if (name == "capture") {
+      out.captureFile = value;
+    } else if (name == "help") {
+      out.help = true;
+    } else if (name == "version") {
+      out.version = true;
+    }
+  }
+  if (args.Failed()) {
+    error = args.Error();
+    return false;
+  }
+  int modes = (out.jsonl ? 1 : 0) + (out.stats ? 1 : 0) + (out.viewGiven && out.decodeFile.empty() ? 1 : 0);
+  if (modes > 1) {
+    error = "--jsonl, --stats and --view exclude each other";
+    return false;
+  }
+  if (intervalGiven && !out.stats) {
+    error = "--interval: only with --stats";
+    return false;
+  }
+  if (out.fields && out.decodeFile.empty()) {
+    error = "--fields: only with --decode FILE";
+    return false;
+  }
+  if (!out.decodeFile.empty()) {
+    if (out.fields && out.viewGiven) {
+      error = "--fields and --view exclude each other";
+      return false;
+    }
+    const char* live = out.jsonl ? "--jsonl" : out.stats ? "--stats" : out.changes ? "--changes"
+                       : out.count ? "--count" : out.timeout > 0 ? "--timeout" : !out.topics.empty() ? "--topic"
+                       : !out.endpoint.empty() ? "--endpoint" : !out.captureFile.empty() ? "--capture" : nullptr;
+    if (live != nullptr) {
+      error = std::string(live) + ": not with --decode, which reads a file";
+      return false;
+    }
+    if (!out.viewGiven) out.view = View::Table;
+  }
+  return true;
+}
+
+}  // namespace tap

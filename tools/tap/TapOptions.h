@@ -1,0 +1,32 @@
+#pragma once
+// Command line of plovrest-tap.
+
+#include <string>
+#include <vector>
+
+#include "tap/MessageView.h"
+
+namespace tap {
+
+struct TapOptions {
+  std::string endpoint;             // default: the daemon's publishing endpoint
+  std::vector<std::string> topics;  // exact topics to show; empty shows all
+  View view = View::Summary;
+  bool viewGiven = false;
+  bool jsonl = false;
+  bool stats = false;
+  double interval = 2.0;            // seconds between statistics reports
+  bool changes = false;
+  long count = 0;                   // stop after this many shown messages
+  double timeout = 0;               // seconds; 0 waits for ever
+  std::string decodeFile;
+  bool fields = false;
+  std::string captureFile;
+  bool help = false;
+  bool version = false;
+};
+
+bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error);
+const char* TapUsage();
+
+}  // namespace tap

@@ -1,0 +1,126 @@
+// plovrest-tap: shows what plovrestd publishes.
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <map>
+
+#include "Record/DolbyMetadataRecord.h"
+#include "tap/MessageView.h"
+#include "tap/RecordDecode.h"
+#include "tap/Subscriber.h"
+#include "tap/TapOptions.h"
+#include "tap/TopicStats.h"
+
+namespace {
+
+constexpr const char* kVersion = "plovrest-tap 0.1.0";
+constexpr int kExitFailure = 1;
+constexpr int kExitBadInput = 2;
+constexpr int kExitTimedOut = 3;
+
+volatile std::sig_atomic_t gStop = 0;
+void OnSignal(int) { gStop = 1; }
+
+using Clock = std::chrono::steady_clock;
+
+double Since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
+
+bool Wanted(const tap::TapOptions& options, const std::string& topic) {
+  if (options.topics.empty()) return true;
+  for (const auto& t : options.topics)
+    if (t == topic) return true;
+  return false;
+}
+
+bool Capture(const std::string& file, const std::string& payload) {
+  std::ofstream out(file, std::ios::binary | std::ios::trunc);
+  out.write(payload.data(), static_cast<std::streamsize>(payload.size()));
+  return static_cast<bool>(out);
+}
+
+int Live(const tap::TapOptions& options) {
+  tap::Subscriber subscriber;
+  std::string error;
+  const std::string endpoint = options.endpoint.empty() ? tap::DaemonEndpoint() : options.endpoint;
+  if (!subscriber.Connect(endpoint, options.topics, error)) {
+    std::fprintf(stderr, "plovrest-tap: %s\n", error.c_str());
+    return kExitFailure;
+  }
+  std::signal(SIGINT, OnSignal);
+  std::signal(SIGTERM, OnSignal);
+  if (!options.jsonl) {
+    std::fprintf(stderr, "plovrest-tap: listening on %s\n", endpoint.c_str());
+  }
+
+  const Clock::time_point start = Clock::now();
+  tap::TopicStats stats;
+  std::map<std::string, std::string> previous;  // topic -> payload without "TS"
+  double nextReport = options.interval;
+  long shown = 0;
+  while (!gStop) {
+    const double now = Since(start);
+    if (options.timeout > 0 && now >= options.timeout) break;
+    if (options.count > 0 && shown >= options.count) break;
+    double wait = 0.2;
+    if (options.timeout > 0) wait = std::min(wait, options.timeout - now);
+    if (options.stats) wait = std::min(wait, std::max(0.0, nextReport - now));
+    tap::Message message;
+    const bool got = subscriber.Receive(message, static_cast<int>(wait * 1000) + 1);
+    if (options.stats && Since(start) >= nextReport) {
+      std::fputs(stats.Report(Since(start)).c_str(), stdout);
+      std::fputs("\n", stdout);
+      std::fflush(stdout);
+      nextReport += options.interval;
+    }
+    if (!got || !Wanted(options, message.topic)) continue;
+    if (!options.captureFile.empty() && message.payload.size() == kRecordSize &&
+        !Capture(options.captureFile, message.payload)) {
+      std::fprintf(stderr, "plovrest-tap: --capture: cannot write %s\n", options.captureFile.c_str());
+      return kExitFailure;
+    }
+    if (options.changes) {
+      std::string key = tap::WithoutTimestamp(message.payload);
+      auto& last = previous[message.topic];
+      if (key == last) continue;
+      last = std::move(key);
+    }
+    ++shown;
+    if (options.stats) {
+      stats.Add(message, Since(start));
+    } else if (options.jsonl) {
+      std::printf("%s\n", tap::JsonLine(message).c_str());
+    } else {
+      std::fputs(tap::FormatMessage(message, options.view).c_str(), stdout);
+    }
+    std::fflush(stdout);
+  }
+  if (options.stats) std::fputs(stats.Report(Since(start)).c_str(), stdout);
+  if (options.count > 0 && shown < options.count && !gStop) {
+    std::fprintf(stderr, "plovrest-tap: --timeout: %ld of %ld messages received\n", shown, options.count);
+    return kExitTimedOut;
+  }
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  tap::TapOptions options;
+  std::string error;
+  if (!tap::ParseTapOptions(argc, argv, options, error)) {
+    std::fprintf(stderr, "plovrest-tap: %s\nTry 'plovrest-tap --help'.\n", error.c_str());
+    return kExitBadInput;
+  }
+  if (options.help) {
+    std::fputs(tap::TapUsage(), stdout);
+    return 0;
+  }
+  if (options.version) {
+    std::printf("%s\n", kVersion);
+    return 0;
+  }
+  if (!options.decodeFile.empty()) return tap::DecodeRecordFile(options);
+  return Live(options);
+}
