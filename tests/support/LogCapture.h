@@ -67,6 +67,20 @@ inline bool SplitStamp(const std::string& line, const std::string& escape,
   return true;
 }
 
+// Calls the level function that belongs to `level` (Debug for anything not
+// in the table). A switch rather than a member-function pointer: the vptr
+// sanitizer of the compiler in use mangles calls through those.
+template <typename... Args>
+int CallLevel(Logger* logger, MsgLevel_e level, const char* fmt, Args... args) {
+  switch (level) {
+    case MSG_LEVEL_CRITICAL: return logger->Critical(fmt, args...);
+    case MSG_LEVEL_ERROR: return logger->Error(fmt, args...);
+    case MSG_LEVEL_WARN: return logger->Warn(fmt, args...);
+    case MSG_LEVEL_INFO: return logger->Info(fmt, args...);
+    default: return logger->Debug(fmt, args...);
+  }
+}
+
 // As start-up does: clear the field, then a bounded print of 7 bytes, which
 // keeps the first six characters of "Plovrest".
 inline void SetShortName(Logger* logger) {

@@ -137,16 +137,15 @@ TEST_F(LoggerSinkTest, LevelRecordLayout) {
 
 TEST_F(LoggerSinkTest, EveryLevelSendsItsNumber) {
   Attach(false);
-  const std::pair<int (Logger::*)(const char*, ...), int> levels[] = {
-      {&Logger::Debug, 10}, {&Logger::Info, 20}, {&Logger::Warn, 30},
-      {&Logger::Error, 40}, {&Logger::Critical, 50}};
-  for (const auto& [fn, number] : levels) {
-    (mpLog->*fn)("%s|%u|\"n\"", "L.cpp", 1u);
+  const MsgLevel_e levels[] = {MSG_LEVEL_DEBUG, MSG_LEVEL_INFO, MSG_LEVEL_WARN, MSG_LEVEL_ERROR,
+                               MSG_LEVEL_CRITICAL};
+  for (MsgLevel_e level : levels) {
+    CallLevel(mpLog, level, "%s|%u|\"n\"", "L.cpp", 1u);
     rapidjson::Document doc;
     doc.Parse(Recv().c_str());
     ASSERT_TRUE(doc.IsObject());
     EXPECT_EQ(doc["MsgType"].GetInt(), 0);
-    EXPECT_EQ(doc["Level"].GetInt(), number);
+    EXPECT_EQ(doc["Level"].GetInt(), static_cast<int>(level));
   }
 }
 

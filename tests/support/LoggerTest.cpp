@@ -17,11 +17,8 @@
 
 namespace {
 
-using LevelFn = int (Logger::*)(const char*, ...);
-
 struct LevelCase {
   const char* label;
-  LevelFn fn;
   MsgLevel_e level;
   const char* name;
   const char* escape;
@@ -29,11 +26,11 @@ struct LevelCase {
 };
 
 const LevelCase kLevels[] = {
-    {"Critical", &Logger::Critical, MSG_LEVEL_CRITICAL, "CRITICAL", "\033[1;7m", true},
-    {"Error", &Logger::Error, MSG_LEVEL_ERROR, "ERROR", "\033[1;31m", true},
-    {"Warn", &Logger::Warn, MSG_LEVEL_WARN, "WARN", "\033[1;33m", true},
-    {"Info", &Logger::Info, MSG_LEVEL_INFO, "INFO", "\033[1;32m", false},
-    {"Debug", &Logger::Debug, MSG_LEVEL_DEBUG, "DEBUG", "\033[0;1m", false},
+    {"Critical", MSG_LEVEL_CRITICAL, "CRITICAL", "\033[1;7m", true},
+    {"Error", MSG_LEVEL_ERROR, "ERROR", "\033[1;31m", true},
+    {"Warn", MSG_LEVEL_WARN, "WARN", "\033[1;33m", true},
+    {"Info", MSG_LEVEL_INFO, "INFO", "\033[1;32m", false},
+    {"Debug", MSG_LEVEL_DEBUG, "DEBUG", "\033[0;1m", false},
 };
 
 unsigned long long NowMs() {
@@ -75,7 +72,7 @@ TEST_F(LoggerTest, EachLevelWritesItsPrefixAndStream) {
     const std::string before = (c.toStdErr ? mErr : mOut).Text();
     const std::string otherBefore = (c.toStdErr ? mOut : mErr).Text();
     const unsigned long long t0 = NowMs();
-    const int written = (mpLog->*c.fn)("%s|%u|\"value %d\"", "Src.cpp", 42u, 7);
+    const int written = CallLevel(mpLog, c.level, "%s|%u|\"value %d\"", "Src.cpp", 42u, 7);
     const unsigned long long t1 = NowMs();
 
     const std::string line = (c.toStdErr ? mErr : mOut).Text().substr(before.size());
@@ -105,7 +102,7 @@ TEST_F(LoggerTest, LoggerLevelGatesEachFunction) {
       SCOPED_TRACE(std::string(c.label) + " at threshold " + std::to_string(threshold));
       MemStream& stream = c.toStdErr ? mErr : mOut;
       const size_t before = stream.Text().size();
-      const int written = (mpLog->*c.fn)("%s|%u|\"x\"", "F.cpp", 1u);
+      const int written = CallLevel(mpLog, c.level, "%s|%u|\"x\"", "F.cpp", 1u);
       const bool printed = stream.Text().size() > before;
       EXPECT_EQ(printed, c.level >= threshold);
       if (!printed) {
@@ -122,7 +119,7 @@ TEST_F(LoggerTest, ConsoleOffLeavesOnlyCritical) {
     SCOPED_TRACE(c.label);
     const std::string outBefore = mOut.Text();
     const std::string errBefore = mErr.Text();
-    const int written = (mpLog->*c.fn)("%s|%u|\"quiet\"", "F.cpp", 2u);
+    const int written = CallLevel(mpLog, c.level, "%s|%u|\"quiet\"", "F.cpp", 2u);
     if (c.level == MSG_LEVEL_CRITICAL) {
       EXPECT_NE(mErr.Text(), errBefore);
       EXPECT_GT(written, 0);
@@ -139,7 +136,7 @@ TEST_F(LoggerTest, MutedSilencesLevelsButNotNotify) {
   mpLog->mbConsole = true;
   mpLog->mbMuted = true;
   for (const LevelCase& c : kLevels) {
-    EXPECT_EQ((mpLog->*c.fn)("%s|%u|\"hidden\"", "F.cpp", 3u), 0) << c.label;
+    EXPECT_EQ(CallLevel(mpLog, c.level, "%s|%u|\"hidden\"", "F.cpp", 3u), 0) << c.label;
   }
   EXPECT_EQ(mOut.Text(), "");
   EXPECT_EQ(mErr.Text(), "");
