@@ -1,5 +1,6 @@
 #include "Ac4PadUi.h"
 
+#include <charconv>
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
@@ -92,9 +93,18 @@ std::string Printf(const char* format, ...) {
   return text;
 }
 
+std::string TwoDecimals(float value) {
+  // Fixed notation with a precision gives printf's digits and rounding; the
+  // largest float needs 42 characters.
+  char text[64];
+  const std::to_chars_result end = std::to_chars(
+      text, text + sizeof text, static_cast<double>(value), std::chars_format::fixed, 2);
+  return std::string(text, end.ptr);
+}
+
 std::string FloatDb(float value, float floor) {
   if (floor + 0.05f >= value) return "-inf dB";
-  return Printf("%.2f dB", static_cast<double>(value));
+  return TwoDecimals(value) + " dB";
 }
 
 std::string BitrateKbps(int bitsPerSecond) {

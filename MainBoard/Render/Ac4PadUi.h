@@ -11,6 +11,9 @@ namespace Ac4PadUi {
 // printf-style formatting into a std::string (bounded, never overflows).
 std::string Printf(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
+// The value with two decimals, exactly as "%.2f" prints it (without printf).
+std::string TwoDecimals(float value);
+
 // "-inf dB" when floor + 0.05 >= value (computed in single precision, so a
 // value entered as the threshold itself counts as -inf), else "%.2f dB".
 std::string FloatDb(float value, float floor);

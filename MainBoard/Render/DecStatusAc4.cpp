@@ -2,6 +2,7 @@
 // presentation in "Presentations" and one per substream in "Substreams".
 
 #include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <string>
 #include <utility>
@@ -9,7 +10,6 @@
 #include "Ac4PadUi.h"
 #include "PADMetadataJsonDecStatus.h"
 
-using Ac4PadUi::Printf;
 using rapidjson::Value;
 
 namespace {
@@ -62,10 +62,14 @@ std::string SubstreamIdList(const dlb_padc_ac4_presentation_s& p) {
   if (p.substreamIdCount == 0) return kNotPresent;
   const unsigned count = std::min<unsigned>(p.substreamIdCount, kAc4MaxSubstreamIds);
   std::string list;
-  list.reserve(count * 6);
+  list.reserve(count * 8);
   for (unsigned i = 0; i < count; ++i) {
     if (i != 0) list += ", ";
-    list += Printf("%d", p.substreamIds[i]);
+    // Up to 64 identifiers per presentation: formatted without printf.
+    char digits[16];
+    const std::to_chars_result end =
+        std::to_chars(digits, digits + sizeof digits, p.substreamIds[i]);
+    list.append(digits, end.ptr);
   }
   return list;
 }
@@ -76,9 +80,9 @@ template <typename AddFn>
 void AddPresentationItems(AddFn&& add, const dlb_padc_ac4_presentation_s& p, Value& entry) {
   const std::string summary = BoundedText(p.summary);
   add("Summary", "Presentation summary", summary, summary, entry);
-  add("Id", "Presentation ID", int{p.presentationId}, Printf("%d", p.presentationId), entry);
+  add("Id", "Presentation ID", int{p.presentationId}, std::to_string(p.presentationId), entry);
   add("SubIds", "Substream IDs", int{p.substreamIdCount}, SubstreamIdList(p), entry);
-  add("Level", "Presentation level", int{p.level}, Printf("%d", p.level), entry);
+  add("Level", "Presentation level", int{p.level}, std::to_string(p.level), entry);
   const std::string language = BoundedText(p.language);
   add("Lang", "Language", language, language, entry);
   add("Atmos", "Dolby Atmos presence", int{p.atmosIndication},
@@ -147,7 +151,7 @@ void AddSubstreamItems(AddFn&& add, unsigned index, const dlb_padc_ac4_substream
                        Value& entry) {
   const std::string summary = BoundedText(s.summary);
   add("Summary", "Substream summary", summary, summary, entry);
-  add("Id", "Substream ID", static_cast<int>(index), Printf("%u", index), entry);
+  add("Id", "Substream ID", static_cast<int>(index), std::to_string(index), entry);
   const std::string channelConfig = BoundedText(s.channelConfig);
   add("ChCfg", "Channel configuration", channelConfig, channelConfig, entry);
   add("Obj", "Object coded", int{s.objectCoded}, s.objectCoded ? "True" : "False", entry);
@@ -208,8 +212,8 @@ void cPADMetadataJsonDecStatus::AddAC4StatusInfo(const kv_dolby_metadata_t& rec,
 
   const dlb_padc_ui_md_ac4_s& ac4 = rec.md.ac4;
   const Ac4Selection selection = SelectAc4Presentation(rec);
-  auto add = [this](const char* key, const char* title, auto data, std::string desc, Value& obj) {
-    AddItem(key, title, data, std::move(desc), obj);
+  auto add = [this](const char* key, const char* title, auto data, const auto& desc, Value& obj) {
+    AddItem(key, title, data, desc, obj);
   };
 
   Value stream(rapidjson::kObjectType);
@@ -222,18 +226,18 @@ void cPADMetadataJsonDecStatus::AddAC4StatusInfo(const kv_dolby_metadata_t& rec,
   add("AC4FrameRate", "Frame rate", unsigned{ac4.frameRateCode},
       Ac4PadUi::FrameRate(ac4.frameRateCode), stream);
   add("AC4IFrameInterval", "I-frame interval", unsigned{ac4.iFrameInterval},
-      Printf("%u frames", unsigned{ac4.iFrameInterval}), stream);
+      std::to_string(ac4.iFrameInterval) + " frames", stream);
   add("AC4BitstreamVersion", "Bitstream version", unsigned{ac4.bitstreamVersion},
-      Printf("%d", ac4.bitstreamVersion), stream);
+      std::to_string(ac4.bitstreamVersion), stream);
   add("AC4PresentationCount", "Number of presentations", selection.count,
-      Printf("%u", selection.count), stream);
+      std::to_string(selection.count), stream);
   // The count as the decoder gives it; the list below stops at 64.
   add("AC4NumSubstreams", "Number of audio substreams", unsigned{ac4.substreamCount},
-      Printf("%d", ac4.substreamCount), stream);
+      std::to_string(ac4.substreamCount), stream);
   add("AC4CrcErrors", "CRC errors", unsigned{ac4.crcError},
       ac4.crcError ? "CRC error detected" : "No CRC error detected", stream);
   add("AC4ActivePresentation", "Active presentation", selection.shown,
-      selection.count != 0 ? Printf("%u", selection.shown) : std::string("0"), stream);
+      selection.count != 0 ? std::to_string(selection.shown) : std::string("0"), stream);
   add("AC4OutputRefLevel", "Output reference level", ac4.outputRefLevel,
       Ac4PadUi::FloatDb(ac4.outputRefLevel, kLoudnessFloor), stream);
   add("AC4AppliedDeGain", "Applied dialogue enhancement gain", int{ac4.appliedDeGain},

@@ -87,10 +87,6 @@ int BedSourceCount(const dlb_padc_ui_md_ed2_s& ed2, unsigned bed) {
 
 std::string IntText(int value) { return std::to_string(value); }
 
-std::string TwoDecimals(float value) {
-  return Ac4PadUi::Printf("%.2f", static_cast<double>(value));
-}
-
 // Names of the speakers a bed object has, each preceded by a blank.
 std::string BedChannelList(const dlb_padc_ui_md_ed2_s& ed2, unsigned bed) {
   std::string list;
@@ -317,12 +313,12 @@ void cMetadataJsonPaData::AddDynamicObjectEntry(const dlb_padc_ui_md_ed2_s& ed2,
   AddSpeakerConfigItem(kDynamicObjectLayout, "-", entry);
   // Positions are stored from 0 to 1; "Data" maps x and y to -1..1 (y
   // inverted) for the display, "Desc" shows the stored values.
-  AddItem<float>(*this, entry, "x", "Object Position x", 2 * x - 1, TwoDecimals(x));
-  AddItem<float>(*this, entry, "y", "Object Position y", 1 - 2 * y, TwoDecimals(y));
-  AddItem<float>(*this, entry, "z", "Object Position z", z, TwoDecimals(z));
+  AddItem<float>(*this, entry, "x", "Object Position x", 2 * x - 1, Ac4PadUi::TwoDecimals(x));
+  AddItem<float>(*this, entry, "y", "Object Position y", 1 - 2 * y, Ac4PadUi::TwoDecimals(y));
+  AddItem<float>(*this, entry, "z", "Object Position z", z, Ac4PadUi::TwoDecimals(z));
   AddItem<unsigned int>(*this, entry, "ChID", "Object ID", objectId, IntText(objectId));
   AddItem<unsigned int>(*this, entry, "Source", "Channel ID", channel, IntText(channel));
-  AddItem<float>(*this, entry, "Gain", "Object Gain", gain, TwoDecimals(gain));
+  AddItem<float>(*this, entry, "Gain", "Object Gain", gain, Ac4PadUi::TwoDecimals(gain));
   objects.PushBack(entry, Allocator());
 }
 
@@ -344,9 +340,9 @@ void cMetadataJsonPaData::AddBedSource(const dlb_padc_ui_md_ed2_s& ed2, unsigned
   AddItem<int>(*this, item, "Target", "Target", target,
                known ? speaker_types_strings[target] : IntText(target));
   AddItem<unsigned int>(*this, item, "Source", "Source", number, IntText(number));
-  AddItem<float>(*this, item, "Gain", "Object Gain", gain, TwoDecimals(gain));
-  AddItem<float>(*this, item, "x", "Object Position x", x, TwoDecimals(x));
-  AddItem<float>(*this, item, "y", "Object Position y", y, TwoDecimals(y));
-  AddItem<float>(*this, item, "z", "Object Position z", z, TwoDecimals(z));
+  AddItem<float>(*this, item, "Gain", "Object Gain", gain, Ac4PadUi::TwoDecimals(gain));
+  AddItem<float>(*this, item, "x", "Object Position x", x, Ac4PadUi::TwoDecimals(x));
+  AddItem<float>(*this, item, "y", "Object Position y", y, Ac4PadUi::TwoDecimals(y));
+  AddItem<float>(*this, item, "z", "Object Position z", z, Ac4PadUi::TwoDecimals(z));
   sources.PushBack(item, Allocator());
 }
