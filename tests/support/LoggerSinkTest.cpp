@@ -135,20 +135,6 @@ TEST_F(LoggerSinkTest, LevelRecordLayout) {
   EXPECT_EQ(AfterStamp(doc["Message"].GetString()), "Plovre|ERROR|Src.cpp|9|\"bad frame\"");
 }
 
-TEST_F(LoggerSinkTest, EveryLevelSendsItsNumber) {
-  Attach(false);
-  const MsgLevel_e levels[] = {MSG_LEVEL_DEBUG, MSG_LEVEL_INFO, MSG_LEVEL_WARN, MSG_LEVEL_ERROR,
-                               MSG_LEVEL_CRITICAL};
-  for (MsgLevel_e level : levels) {
-    CallLevel(mpLog, level, "%s|%u|\"n\"", "L.cpp", 1u);
-    rapidjson::Document doc;
-    doc.Parse(Recv().c_str());
-    ASSERT_TRUE(doc.IsObject());
-    EXPECT_EQ(doc["MsgType"].GetInt(), 0);
-    EXPECT_EQ(doc["Level"].GetInt(), static_cast<int>(level));
-  }
-}
-
 // Gated and muted messages never reach the sink: the next record is the one
 // logged after them.
 TEST_F(LoggerSinkTest, GatedAndMutedMessagesAreNotSent) {
@@ -261,14 +247,6 @@ TEST_F(LoggerSinkTest, IpcAttach) {
   doc.Parse(Recv().c_str());
   ASSERT_TRUE(doc.IsObject());
   EXPECT_EQ(AfterStamp(doc["Message"].GetString()), "Plovre|INFO|Ipc.cpp|4|\"over ipc\"");
-}
-
-TEST_F(LoggerSinkTest, DeleteInstanceDetachesTheSink) {
-  Attach(false);
-  Logger::DeleteInstance();
-  mpLog = Logger::GetInstance();
-  ASSERT_NE(mpLog, nullptr);
-  EXPECT_FALSE(mpLog->isMqAttached());
 }
 
 }  // namespace

@@ -18,15 +18,6 @@ std::string Hex(unsigned value) {
   return text;
 }
 
-TEST(NetworkUtils, CountChars) {
-  EXPECT_EQ(CountChars('.', nullptr), 0);
-  EXPECT_EQ(CountChars('.', ""), 0);
-  EXPECT_EQ(CountChars('.', "1.2.3.4"), 3);
-  EXPECT_EQ(CountChars('.', "...."), 4);
-  EXPECT_EQ(CountChars(':', "1.2.3.4"), 0);
-  EXPECT_EQ(CountChars('\0', "abc"), 0);
-}
-
 TEST(NetworkUtils, IpAddrIsValid) {
   const std::pair<const char*, bool> cases[] = {
       {"192.168.1.10", true}, {"0.0.0.0", true},      {"255.255.255.255", true},
