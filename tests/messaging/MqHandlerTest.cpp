@@ -32,11 +32,13 @@ struct Delivery {
 };
 std::vector<Delivery> gDelivered;
 bool gSynced = false;
+bool gFenced = false;
 int gResult = 0;
 
 int Record(const char* topic, const char* message) {
   if (std::strcmp(topic, mqtest::kSyncTopic) == 0) {
     gSynced = true;
+    if (message != nullptr && std::strcmp(message, "fence") == 0) gFenced = true;
   } else {
     gDelivered.push_back({topic, message != nullptr, message ? message : ""});
   }
@@ -50,6 +52,7 @@ class PubSubTest : public ::testing::Test {
   void SetUp() override {
     gDelivered.clear();
     gSynced = false;
+    gFenced = false;
     gResult = 0;
     pubSock_ = pub_.BindMqOverIpc(kEndpoint, nullptr);
     ASSERT_NE(pubSock_, nullptr);
@@ -69,6 +72,12 @@ class PubSubTest : public ::testing::Test {
       sub_.MessageReader(subSock_);
       return gSynced;
     })) << "subscriber never joined";
+    // Once the fence is read, no late sync copy is left in the queue.
+    ASSERT_TRUE(pub_.SendJson(pubSock_, mqtest::kSyncTopic, "fence"));
+    ASSERT_TRUE(WaitUntil([&] {
+      sub_.MessageReader(subSock_);
+      return gFenced;
+    }));
   }
 
   // Reads until `n` non-sync messages were delivered.
