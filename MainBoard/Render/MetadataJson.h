@@ -22,7 +22,7 @@ class cMetadataJson {
   void AddUpdateMember(const char* name, int value, Value& obj);
   void AddUpdateMember(const char* name, float value, Value& obj);
   void AddUpdateMember(const char* name, bool value, Value& obj);
-  void AddUpdateMember(const char* name, std::string value, Value& obj);
+  void AddUpdateMember(const char* name, const std::string& value, Value& obj);
 
   // Root operations: a root that is not an object is made an empty one first.
   void AddUpdateIntegerMember(const char* name, int value);
