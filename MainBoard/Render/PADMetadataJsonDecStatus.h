@@ -142,10 +142,17 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   }
 
   // ---- item writers
+  // The title and description go through two strings kept for the purpose, so
+  // that rendering an item allocates nothing outside the document's pool.
   template <typename T>
-  void AddItem(const char* key, const char* title, T data, std::string desc, Value& obj) {
-    std::string itemTitle(title);
-    AddUpdateObjectMemberToObject<T>(key, itemTitle, data, desc, obj);
+  void AddItem(const char* key, const char* title, T data, const char* desc, Value& obj) {
+    mItemTitle.assign(title);
+    mItemDesc.assign(desc);
+    AddUpdateObjectMemberToObject<T>(key, mItemTitle, data, mItemDesc, obj);
+  }
+  template <typename T>
+  void AddItem(const char* key, const char* title, T data, const std::string& desc, Value& obj) {
+    AddItem(key, title, data, desc.c_str(), obj);
   }
   void AddCodedItem(const code_tables::CodedItem& item, int code, Value& obj);
   void AddCodedItem(const code_tables::CodedItem& item, unsigned int code, Value& obj);
@@ -158,4 +165,6 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   void AddProgramDynrng(int dynrngProfile, Value& obj);
 
   kv_dolby_metadata_t mLastRecord;
+  std::string mItemTitle;
+  std::string mItemDesc;
 };

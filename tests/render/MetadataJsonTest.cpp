@@ -46,6 +46,37 @@ TEST(MetadataJsonTest, ValueKindsAndTheirNumberForms) {
             R"("s":"a\"b"})");
 }
 
+// Escapes wherever they fall in a text, names included; other bytes, UTF-8
+// sequences among them, are written as they are.
+TEST(MetadataJsonTest, TextsAreEscapedOnlyWhereNeeded) {
+  struct Case {
+    std::string text;
+    const char* written;
+  };
+  const Case cases[] = {
+      {"0123456789\"abcdef", R"("0123456789\"abcdef")"},
+      {"01234567\\", R"("01234567\\")"},
+      {"0123\\56789", R"("0123\\56789")"},
+      {"abc\x1f" "efghij", R"("abc\u001Fefghij")"},
+      {"tab\there and new\nline", R"("tab\there and new\nline")"},
+      {"abcdefgh\x1f", R"("abcdefgh\u001F")"},
+      {std::string("nul\0inside_the_text", 19), R"("nul\u0000inside_the_text")"},
+      {"h\xc3\xa9llo w\xc3\xb6rld 1234567", "\"h\xc3\xa9llo w\xc3\xb6rld 1234567\""},
+      {"\x7f~ plain ascii 12345 !#$%&'()*+,-./:;<=>?@[]^_`{|}",
+       "\"\x7f~ plain ascii 12345 !#$%&'()*+,-./:;<=>?@[]^_`{|}\""},
+      {"", R"("")"},
+  };
+  for (const Case& c : cases) {
+    Json json;
+    json.AddUpdateMember("v", c.text, json.Doc());
+    EXPECT_EQ(json.Text(), std::string("{\"v\":") + c.written + "}");
+    Json named;
+    named.AddUpdateIntegerMember(c.text.c_str(), 1);
+    const std::string name = c.text.find('\0') == std::string::npos ? c.written : R"("nul")";
+    EXPECT_EQ(named.Text(), "{" + name + ":1}");
+  }
+}
+
 TEST(MetadataJsonTest, OnlyRootOperationsTurnTheRootIntoAnObject) {
   Json json;
   json.Doc().SetArray();
