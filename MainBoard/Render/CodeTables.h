@@ -103,7 +103,7 @@ extern const CodedItem kProgramDsurmod;
 extern const FlagItem kAudprodie;
 extern const CodedItem kComprProfile;
 extern const CodedItem kDynrngProfile;
-constexpr int kDynrngProfileUnknownCode = 65535;  // the decoder has no profile yet
+constexpr int kDynrngProfileUnknownCode = 65535;  // shown as kDynrngProfileUnknownText
 extern const char* const kDynrngProfileUnknownText;
 
 // ---- common "StatusInfo" items
