@@ -67,13 +67,11 @@ TEST(Ac4PadUiTest, TableEndsAndFallbacks) {
   }
 }
 
-TEST(Ac4PadUiTest, DecibelTextsOfVeryLargeAndOddValues) {
+TEST(Ac4PadUiTest, DecibelTextsOfVeryLargeValues) {
   // "%.2f" of the largest float is 42 characters before " dB": no truncation.
   EXPECT_EQ(Ac4PadUi::FloatDb(3.4028234663852886e38f, -200.0f),
             "340282346638528859811704183484516925440.00 dB");
   EXPECT_EQ(Ac4PadUi::FloatDb(-1e30f, -200.0f), "-inf dB");
-  EXPECT_EQ(Ac4PadUi::BitrateKbps(0), "0 kbps");
-  EXPECT_EQ(Ac4PadUi::BitrateKbps(INT_MIN), "Unavailable");
 }
 
 }  // namespace

@@ -259,17 +259,6 @@ INSTANTIATE_TEST_SUITE_P(
                       SelectionCase{0, 5, 0, 0, 0},      // nothing listed, shown 0
                       SelectionCase{0, 0, 0, 0, 0}));
 
-TEST(Ac4StatusTest, NoPresentationsShowZeroAndNoAtmos) {
-  auto rec = NewAc4Record();
-  rec->atmosDecode = 1;
-  rec->md.ac4.presentations[0].atmosIndication = 2;
-  auto doc = render_test::RenderParsed(*rec);
-  EXPECT_EQ(ArraySize(At(StatusInfo(*doc), "Presentations")), 0u);
-  EXPECT_EQ(ItemOf(Stream(*doc), "AC4ActivePresentation").data.GetUint(), 0u);
-  EXPECT_EQ(ItemOf(Stream(*doc), "AC4ActivePresentation").desc, "0");
-  EXPECT_FALSE(ItemOf(Stream(*doc), "AtmosPresent").data.GetBool());
-}
-
 TEST(Ac4StatusTest, AtmosDecodeOffHidesTheActivePresentationsAtmos) {
   auto rec = NewAc4Record();
   rec->atmosDecode = 0;
