@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -44,20 +45,21 @@ class Reader {
         ++i;
         continue;
       }
-      // A run ends after four zero or covered bytes in a row.
-      std::size_t end = i + 1, quiet = 0;
-      for (std::size_t k = i + 1; k < kRecordSize && quiet < 4; ++k) {
-        if (mCovered[k] || mBase[k] == 0) {
-          ++quiet;
+      // A run holds uncovered bytes only; it bridges up to three zero bytes
+      // between non-zero ones and ends at a covered byte.
+      std::size_t end = i + 1, zeros = 0;
+      for (std::size_t k = i + 1; k < kRecordSize && !mCovered[k] && zeros < 4; ++k) {
+        if (mBase[k] == 0) {
+          ++zeros;
         } else {
-          quiet = 0;
+          zeros = 0;
           end = k + 1;
         }
       }
       std::string hex;
       char buf[3];
       for (std::size_t k = i; k < end; ++k) {
-        std::snprintf(buf, sizeof buf, "%02x", mCovered[k] ? 0 : mBase[k]);
+        std::snprintf(buf, sizeof buf, "%02x", mBase[k]);
         hex += buf;
       }
       Value run(rapidjson::kObjectType);
@@ -73,6 +75,15 @@ class Reader {
  private:
   void Cover(std::size_t offset, std::size_t size) {
     for (std::size_t k = 0; k < size; ++k) mCovered[offset + k] = true;
+  }
+
+  // A NaN other than the one "nan" encodes to: only raw bytes keep its bits.
+  static bool IsUnusualNan(const uint8_t* p) {
+    float f;
+    std::memcpy(&f, p, sizeof f);
+    if (!std::isnan(f)) return false;
+    const float canonical = std::numeric_limits<float>::quiet_NaN();
+    return std::memcmp(p, &canonical, sizeof f) != 0;
   }
 
   bool AllZero(std::size_t offset, std::size_t size) const {
@@ -121,9 +132,10 @@ class Reader {
   }
 
   Value ReadScalar(const Type& type, std::size_t offset) {
+    const uint8_t* p = mBase + offset;
+    if (type.kind == Kind::F32 && IsUnusualNan(p)) return Value();  // left to the raw runs
     Cover(offset, type.size);
     if (AllZero(offset, type.size)) return Value();
-    const uint8_t* p = mBase + offset;
     switch (type.kind) {
       case Kind::U8: return Value(static_cast<unsigned>(*p));
       case Kind::U16: {

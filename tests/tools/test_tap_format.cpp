@@ -1,0 +1,193 @@
+// The tap's views of what the daemon publishes: table rows of a document,
+// one-line gists, JSON lines, and per-topic statistics.
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "Messaging/Topics.h"
+#include "PADMetadataJsonDecStatus.h"
+#include "common/JsonText.h"
+#include "scenario/Scenario.h"
+#include "tap/DocFormat.h"
+#include "tap/MessageView.h"
+#include "tap/TopicStats.h"
+
+namespace {
+
+using ::testing::HasSubstr;
+
+rapidjson::Document ParseDoc(const std::string& text) {
+  rapidjson::Document doc;
+  std::string error;
+  EXPECT_TRUE(tools::ParseJsonText(text, doc, error)) << error;
+  return doc;
+}
+
+const tap::ItemRow* FindRow(const std::vector<tap::ItemRow>& rows, const std::string& key) {
+  auto it = std::find_if(rows.begin(), rows.end(), [&](const tap::ItemRow& r) { return r.key == key; });
+  return it == rows.end() ? nullptr : &*it;
+}
+
+TEST(TableRows, ItemsScalarsArraysAndSections) {
+  const auto doc = ParseDoc(R"json({
+    "TS": 100, "IsAtmosPresent": true,
+    "StatusInfo": {"Title": "Status Information", "Data": 0, "Desc": "",
+                   "ExData": [{"Type": {"Title": "Type", "Data": 16, "Desc": "Dolby Digital Plus"},
+                               "Pair": {"Title": "Pair", "Data": 1, "Desc": "1"}}]},
+    "Programs": [[{"BitstreamInfo": {"Title": "Bitstream Info", "Data": 0, "Desc": "0",
+                                     "ExData": [{"Dialnorm": {"Title": "Dialnorm (in dB)", "Data": 27, "Desc": "27"}}]}}]],
+    "Streams": [],
+    "Two": {"ExData": [{"A": 1}, {"A": 2}]}
+  })json");
+  const auto rows = tap::TableRows(doc);
+  const std::vector<std::vector<std::string>> expected = {
+      {"TS", "", "100", ""},
+      {"IsAtmosPresent", "", "true", ""},
+      {"StatusInfo", "Status Information", "0", ""},
+      {"StatusInfo.Type", "Type", "16", "Dolby Digital Plus"},
+      {"StatusInfo.Pair", "Pair", "1", "1"},
+      {"Programs[0][0].BitstreamInfo", "Bitstream Info", "0", "0"},
+      {"Programs[0][0].BitstreamInfo.Dialnorm", "Dialnorm (in dB)", "27", "27"},
+      {"Streams", "", "[]", ""},
+      {"Two.ExData[0].A", "", "1", ""},  // only a one-element ExData is folded away
+      {"Two.ExData[1].A", "", "2", ""},
+  };
+  ASSERT_EQ(rows.size(), expected.size());
+  for (std::size_t i = 0; i < rows.size(); ++i) {
+    EXPECT_EQ((std::vector<std::string>{rows[i].key, rows[i].title, rows[i].data, rows[i].desc}), expected[i])
+        << "row " << i;
+  }
+}
+
+TEST(TableRows, FormatAlignsColumnsUnderTheirHeadings) {
+  const std::vector<tap::ItemRow> rows = {{"StatusInfo.Type", "Type", "16", "Dolby Digital Plus"},
+                                          {"TS", "", "100", ""}};
+  const std::string table = tap::FormatTable(rows);
+  EXPECT_EQ(table,
+            "KEY              TITLE  DATA  DESCRIPTION\n"
+            "StatusInfo.Type  Type   16    Dolby Digital Plus\n"
+            "TS                      100\n");
+}
+
+// The status document the daemon renders for the built-in DD+ scenario, in
+// the table view: the record's values arrive in the rows' data.
+TEST(TableRows, OfTheRenderedStatusDocument) {
+  tools::Scenario ddp;
+  std::string error;
+  ASSERT_TRUE(tools::LoadBuiltinScenario("ddp", ddp, error)) << error;
+  cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
+  ASSERT_NE(renderer, nullptr);
+  renderer->PrepareMetadataJson(ddp.steps[0].record, 1700000000);
+  const auto doc = ParseDoc(renderer->GetString());
+  const auto rows = tap::TableRows(doc);
+
+  const struct {
+    const char* key;
+    const char* data;
+  } expected[] = {{"TS", "1700000000"},
+                  {"TypeId", "16"},
+                  {"MdId", "1"},
+                  {"StatusInfo.Type", "16"},
+                  {"StatusInfo.Pair", "1"},
+                  {"StatusInfo.ChannelConfig", "4"},
+                  {"AtmosInfo.ComplexityIndex", "12"},
+                  {"AtmosInfo.NumDynObjects", "4"},
+                  {"Streams[0][0].BitstreamInfo.Datarate", "768"},
+                  {"Streams[0][0].BitstreamInfo.Acmod", "7"},
+                  {"Streams[0][0].BitstreamInfo.Dialnorm", "24"}};
+  for (const auto& e : expected) {
+    const tap::ItemRow* row = FindRow(rows, e.key);
+    ASSERT_NE(row, nullptr) << e.key << " missing from\n" << tap::FormatTable(rows);
+    EXPECT_EQ(row->data, e.data) << e.key;
+  }
+  EXPECT_FALSE(FindRow(rows, "StatusInfo.Type")->title.empty());
+
+  tap::Message m{topic::kDolbyMetadataGrp, renderer->GetString(), 0, 2};
+  EXPECT_THAT(tap::Gist(m), HasSubstr("TypeId 16, MdId 1"));
+  EXPECT_THAT(tap::Gist(m), HasSubstr(std::to_string(rows.size()) + " rows"));
+}
+
+TEST(Gist, OfEachKindOfPayload) {
+  kv_dolby_metadata_t rec;
+  std::memset(&rec, 0, sizeof rec);
+  rec.protoVer = 19;
+  rec.typeId = 60;
+  rec.mdType = DLB_PADC_UI_MD_TYPE_ED2;
+  const std::string record(reinterpret_cast<const char*>(&rec), sizeof rec);
+  const struct {
+    const char* topic;
+    std::string payload;
+    const char* gist;
+  } cases[] = {
+      {topic::kDolbyProcStatus, R"({"Status" : "Decoding", "Event" : "Dolby Zoom"})", "Decoding (Dolby Zoom)"},
+      {topic::kDolbyProcStatus, R"({"Status" : "Not Decoding", "Event" : ""})", "Not Decoding"},
+      {topic::kDolbyMetadataGrp, "{}", "{} (no document)"},
+      {topic::kDolbyMetadataGrpRepub, R"({"TS":1,"TypeId":0,"MdId":0})", "TypeId 0, MdId 0, 3 rows"},
+      {topic::kDolbyPAData, R"({"TS":1,"NoPresentations":2,"ActivePANo":1,"ActivePAName":"AD"})",
+       "2 presentation(s), active 1 \"AD\""},
+      {topic::kDolbyMetadataEvent, record, "record: protoVer 19, typeId 60, mdType 2, 33704 bytes"},
+      {"Other", std::string("\x01\x02\x03", 3), "3 bytes (binary)"},
+      {"Other", "plain", "plain"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(tap::Gist({c.topic, c.payload, 0, 2}), c.gist) << c.topic;
+}
+
+TEST(Views, TableAndPrettyFollowTheSummaryLine) {
+  const tap::Message m{topic::kDolbyProcStatus, R"({"Status" : "Decoding", "Event" : ""})", 0, 2};
+  const std::string summary = tap::FormatMessage(m, tap::View::Summary);
+  EXPECT_THAT(summary, HasSubstr("DolbyProcStatus         Decoding\n"));
+  const std::string table = tap::FormatMessage(m, tap::View::Table);
+  EXPECT_EQ(table.substr(0, summary.size()), summary);
+  EXPECT_THAT(table, HasSubstr("\nStatus         Decoding\nEvent\n"));
+  EXPECT_THAT(tap::FormatMessage(m, tap::View::Pretty), HasSubstr("{\n  \"Status\": \"Decoding\",\n  \"Event\": \"\"\n}"));
+  EXPECT_THAT(tap::FormatMessage(m, tap::View::Raw), HasSubstr(m.payload + "\n"));
+  const tap::Message odd{"X", "{}", 0, 3};
+  EXPECT_THAT(tap::SummaryLine(odd), HasSubstr("[3 frames]"));
+}
+
+TEST(JsonLine, CarriesTopicSizeAndParsedPayload) {
+  const auto doc = ParseDoc(tap::JsonLine({topic::kDolbyPAData, R"({"TS":5,"NoPresentations":0})", 12.5, 2}));
+  EXPECT_EQ(doc["topic"].GetString(), std::string("DolbyPAData>>"));
+  EXPECT_DOUBLE_EQ(doc["time"].GetDouble(), 12.5);
+  EXPECT_EQ(doc["size"].GetUint(), 28u);
+  EXPECT_EQ(doc["payload"]["NoPresentations"].GetInt(), 0);
+  EXPECT_FALSE(doc.HasMember("frames"));
+
+  const auto text = ParseDoc(tap::JsonLine({"T", "not json", 0, 1}));
+  EXPECT_EQ(text["text"].GetString(), std::string("not json"));
+  EXPECT_EQ(text["frames"].GetInt(), 1);
+
+  kv_dolby_metadata_t rec;
+  std::memset(&rec, 0, sizeof rec);
+  rec.typeId = 24;
+  const auto bin = ParseDoc(tap::JsonLine({"DolbyMetadataEvent", std::string(reinterpret_cast<char*>(&rec), sizeof rec), 0, 2}));
+  EXPECT_TRUE(bin["binary"].GetBool());
+  EXPECT_EQ(bin["record"]["typeId"].GetInt(), 24);
+}
+
+TEST(Changes, IgnoreOnlyTheTimeStamp) {
+  EXPECT_EQ(tap::WithoutTimestamp(R"({"TS":1,"A":2})"), tap::WithoutTimestamp(R"({"TS":9,"A":2})"));
+  EXPECT_NE(tap::WithoutTimestamp(R"({"TS":1,"A":2})"), tap::WithoutTimestamp(R"({"TS":1,"A":3})"));
+  EXPECT_EQ(tap::WithoutTimestamp("not json"), "not json");
+}
+
+TEST(TopicStats, RatesOverTheWindowAndTheLatestState) {
+  tap::TopicStats stats(5.0);
+  // 8 per second from 0 to 4.875 s (times exact in binary).
+  for (int i = 0; i < 40; ++i) stats.Add({topic::kDolbyMetadataGrp, R"({"TS":1,"TypeId":16,"MdId":1})", 0, 2}, i * 0.125);
+  stats.Add({topic::kDolbyProcStatus, R"({"Status" : "Decoding", "Event" : "Dolby Preset"})", 0, 2}, 4.5);
+  EXPECT_EQ(stats.Count(topic::kDolbyMetadataGrp), 40);
+  EXPECT_DOUBLE_EQ(stats.Rate(topic::kDolbyMetadataGrp, 5.0), 39 / 5.0);  // the one at 0 s has left
+  EXPECT_DOUBLE_EQ(stats.Rate(topic::kDolbyMetadataGrp, 7.0), 23 / 5.0);
+  EXPECT_DOUBLE_EQ(stats.Rate(topic::kDolbyMetadataGrp, 10.0), 0.0);
+  EXPECT_EQ(stats.Rate("Unknown", 1.0), 0.0);
+  EXPECT_EQ(stats.DecoderState(), "Decoding (Dolby Preset)");
+  EXPECT_THAT(stats.Stream(), HasSubstr("TypeId 16"));
+  const std::string report = stats.Report(7.0);
+  EXPECT_THAT(report, ::testing::ContainsRegex("DolbyMetadataGrp +40 +4\\.6 "));
+  EXPECT_THAT(report, HasSubstr("decoder state: Decoding (Dolby Preset)"));
+}
+
+}  // namespace
