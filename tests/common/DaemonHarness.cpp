@@ -99,13 +99,34 @@ std::optional<int> DaemonProcess::WaitExit(Ms timeout) {
 std::string DaemonProcess::Stdout() const { return ReadFile(mDir + "/stdout"); }
 std::string DaemonProcess::Stderr() const { return ReadFile(mDir + "/stderr"); }
 
-bool DaemonProcess::WaitForStdout(const std::string& needle, Ms timeout) const {
+namespace {
+
+bool WaitForText(const std::function<std::string()>& read, const std::string& needle, Ms timeout) {
   const auto deadline = std::chrono::steady_clock::now() + timeout;
   do {
-    if (Stdout().find(needle) != std::string::npos) return true;
+    if (read().find(needle) != std::string::npos) return true;
     std::this_thread::sleep_for(Ms(10));
   } while (std::chrono::steady_clock::now() < deadline);
   return false;
+}
+
+}  // namespace
+
+zsock_t* BindWithRetry(zsock_t* (*make)(const char*), const std::string& endpoint) {
+  const auto deadline = std::chrono::steady_clock::now() + Ms(5000);
+  for (;;) {
+    if (zsock_t* sock = make(("@" + endpoint).c_str())) return sock;
+    if (std::chrono::steady_clock::now() >= deadline) return nullptr;
+    std::this_thread::sleep_for(Ms(20));
+  }
+}
+
+bool DaemonProcess::WaitForStdout(const std::string& needle, Ms timeout) const {
+  return WaitForText([this] { return Stdout(); }, needle, timeout);
+}
+
+bool DaemonProcess::WaitForStderr(const std::string& needle, Ms timeout) const {
+  return WaitForText([this] { return Stderr(); }, needle, timeout);
 }
 
 std::optional<Message> Receive(zsock_t* sock, Ms timeout) {
@@ -165,12 +186,12 @@ std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub
 }
 
 Peers::Peers() {
-  decoder = zsock_new_pub(("@" + Tcp(mq::kSlot1Addr, mq::kDecoderPubPort)).c_str());
-  hwm = zsock_new_pub(("@" + Tcp(mq::kSlot1Addr, mq::kHwmPubPort)).c_str());
-  hbMon = zsock_new_pub(("@" + Ipc(mq::kHbMonPubIpc)).c_str());
-  appServer = zsock_new_pub(("@" + Ipc(mq::kAppServerIpc)).c_str());
-  logSink = zsock_new_pull(("@" + Tcp(mq::kMainBoardAddr, mq::kLogSinkPort)).c_str());
-  hbCollector = zsock_new_pull(("@" + Tcp(mq::kMainBoardAddr, mq::kHeartBeatPort)).c_str());
+  decoder = BindWithRetry(zsock_new_pub, Tcp(mq::kSlot1Addr, mq::kDecoderPubPort));
+  hwm = BindWithRetry(zsock_new_pub, Tcp(mq::kSlot1Addr, mq::kHwmPubPort));
+  hbMon = BindWithRetry(zsock_new_pub, Ipc(mq::kHbMonPubIpc));
+  appServer = BindWithRetry(zsock_new_pub, Ipc(mq::kAppServerIpc));
+  logSink = BindWithRetry(zsock_new_pull, Tcp(mq::kMainBoardAddr, mq::kLogSinkPort));
+  hbCollector = BindWithRetry(zsock_new_pull, Tcp(mq::kMainBoardAddr, mq::kHeartBeatPort));
   out = zsock_new_sub((">" + Ipc(mq::kDlbMetadataPubIpc)).c_str(), "");
   if (!decoder || !hwm || !hbMon || !appServer || !logSink || !hbCollector || !out) {
     throw std::runtime_error("a test peer could not bind (run inside scripts/netns-run.sh)");

@@ -33,6 +33,7 @@ class DaemonProcess {
   std::string Stdout() const;
   std::string Stderr() const;
   bool WaitForStdout(const std::string& needle, Ms timeout) const;
+  bool WaitForStderr(const std::string& needle, Ms timeout) const;
   bool Running();
 
  private:
@@ -65,6 +66,10 @@ void SendBytes(zsock_t* sock, const std::string& topic, const void* data, size_t
 std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub, Ms timeout,
                                  const std::function<bool(const Message&)>& pred,
                                  Ms period = Ms(50));
+
+// Binds a new socket ("@" is added to the endpoint), retrying while a socket
+// just closed on the same endpoint is still being released by ZeroMQ.
+zsock_t* BindWithRetry(zsock_t* (*make)(const char*), const std::string& endpoint);
 
 // Every peer of the daemon, bound where the device has them, plus a
 // subscriber on the daemon's publishing endpoint.

@@ -82,10 +82,27 @@ TEST_F(LiveDaemon, Ed2RecordWithoutStatusUpdateRefreshesOnlyThePresentationDocum
   EXPECT_THAT(status->payload, testing::HasSubstr("\"24 fps\""));
 }
 
-TEST_F(LiveDaemon, NewVideoLinesReRenderAtOnceAndAreReportedOnStdout) {
+TEST_F(LiveDaemon, NewVideoLinesAloneDoNotReRenderAnEd2OnlyFlow) {
   ZoomOn();
   auto rec = Ed2Record(1);
   ASSERT_TRUE(PublishUntilDocument(*rec).has_value());
+  Drain(Ms(50));
+  SendHwm(topic::kHwmDlbZoomVideoLines, R"({"VidLnZP":9,"VidLnNextToZP":10,"Ed2MAFactor":2000})");
+  EXPECT_TRUE(daemon->WaitForStdout("\n\t Ed2MAFactor: 2000\n", Ms(3000)));
+  EXPECT_FALSE(Next(topic::kDolbyMetadataGrp, Ms(1000)).has_value());
+}
+
+TEST_F(LiveDaemon, NewVideoLinesReRenderAtOnceAndAreReportedOnStdout) {
+  ZoomOn();
+  // A stream that switched to ED2: the earlier record counts as data, so the
+  // new line values re-render the current ED2 record at once.
+  auto before = NewRecord(stream_type::kDolbyDigitalPlus, DLB_PADC_UI_MD_TYPE_DDP);
+  ASSERT_TRUE(PublishUntilDocument(*before).has_value());
+  auto rec = Ed2Record(1);
+  auto ed2Doc = harness::SendUntil([&] { SendRecord(*rec); }, peers->out, Ms(8000), [&](const Message& m) {
+    return m.topic == topic::kDolbyMetadataGrp && WithoutTs(m.payload) == RenderedStatus(*rec);
+  });
+  ASSERT_TRUE(ed2Doc.has_value());
   Drain(Ms(50));
 
   SendHwm(topic::kHwmDlbZoomVideoLines, R"({"VidLnZP":9,"VidLnNextToZP":10,"Ed2MAFactor":2000})");

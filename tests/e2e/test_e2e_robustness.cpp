@@ -46,8 +46,8 @@ TEST_F(LiveDaemon, PeersThatComeAndGoAreReconnected) {
   // The decoder and the hardware monitor restart: same endpoints, new sockets.
   zsock_destroy(&peers->decoder);
   zsock_destroy(&peers->hwm);
-  peers->decoder = zsock_new_pub("@tcp://169.254.2.3:2002");
-  peers->hwm = zsock_new_pub("@tcp://169.254.2.3:2000");
+  peers->decoder = harness::BindWithRetry(zsock_new_pub, "tcp://169.254.2.3:2002");
+  peers->hwm = harness::BindWithRetry(zsock_new_pub, "tcp://169.254.2.3:2000");
   ASSERT_NE(peers->decoder, nullptr);
   ASSERT_NE(peers->hwm, nullptr);
 
