@@ -195,4 +195,16 @@ void ReadBackRecord(const kv_dolby_metadata_t& rec, rapidjson::Document& out) {
   if (!raw.Empty()) out.AddMember("raw", raw, alloc);
 }
 
+std::string RecordScenarioText(const kv_dolby_metadata_t& rec, const std::string& description) {
+  rapidjson::Document fields;
+  ReadBackRecord(rec, fields);
+  rapidjson::Document scenario;
+  scenario.SetObject();
+  auto& alloc = scenario.GetAllocator();
+  scenario.AddMember("description",
+                     Value(description.c_str(), static_cast<rapidjson::SizeType>(description.size()), alloc), alloc);
+  scenario.AddMember("record", Value(fields, alloc), alloc);
+  return PrettyJson(scenario) + "\n";
+}
+
 }  // namespace tools

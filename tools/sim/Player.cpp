@@ -121,8 +121,13 @@ void Player::HandleSubscriptions(double t) {
       continue;
     }
     std::string list;
-    for (const auto& topicName : it->topics)
+    bool everything = false;
+    for (const auto& topicName : it->topics) {
+      everything = everything || topicName.empty();
       list += (list.empty() ? "" : ", ") + (topicName.empty() ? std::string("(everything)") : topicName);
+    }
+    // A subscriber to everything gets every topic: the list says no more.
+    if (everything && mOptions.verbosity < 2) list = "(everything)";
     Say(1, it->publisher->Name(), "subscribed: " + list);
     const int resent = it->publisher->ResendLatched();
     mMonitorMessages += resent;

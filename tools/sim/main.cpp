@@ -8,7 +8,6 @@
 
 #include <zmq.h>
 
-#include "common/JsonText.h"
 #include "record/RecordReadBack.h"
 #include "scenario/BuiltinScenarios.h"
 #include "scenario/Scenario.h"
@@ -43,9 +42,8 @@ int ListScenarios() {
 int WriteOrShowRecord(const sim::SimOptions& options, const tools::Scenario& scenario) {
   const auto& record = scenario.steps[static_cast<std::size_t>(options.step - 1)].record;
   if (options.showRecord) {
-    rapidjson::Document doc;
-    tools::ReadBackRecord(record, doc);
-    std::printf("%s\n", tools::PrettyJson(doc).c_str());
+    const std::string description = "step " + std::to_string(options.step) + " of scenario '" + scenario.name + "'";
+    std::fputs(tools::RecordScenarioText(record, description).c_str(), stdout);
   }
   if (!options.writeRecord.empty()) {
     std::ofstream out(options.writeRecord, std::ios::binary | std::ios::trunc);

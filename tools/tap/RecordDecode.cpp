@@ -4,8 +4,6 @@
 #include <cstring>
 #include <ctime>
 
-#include <rapidjson/document.h>
-
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "common/JsonText.h"
@@ -46,9 +44,7 @@ int DecodeRecordFile(const TapOptions& options) {
                  record.protoVer, kRecordProtoVersion);
 
   if (options.fields) {
-    rapidjson::Document doc;
-    tools::ReadBackRecord(record, doc);
-    std::printf("%s\n", tools::PrettyJson(doc).c_str());
+    std::fputs(tools::RecordScenarioText(record, "decoded from " + options.decodeFile).c_str(), stdout);
     return 0;
   }
   const RenderedRecord rendered = RenderRecord(record, static_cast<long>(std::time(nullptr)));
