@@ -5,6 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <exception>
 #include <new>
 
@@ -13,6 +14,7 @@
 #include <rapidjson/writer.h>
 
 #include "Logger.h"
+#include "MqEndpointText.h"
 #include "MqEndpoints.h"
 
 cHeartBeater* cHeartBeater::mpHeartBeater = nullptr;
@@ -75,54 +77,29 @@ bool cHeartBeater::SetHeartBeatJson(const char* procName, const char* version,
 }
 
 bool cHeartBeater::ConnectMqOverTcp() {
-  const char* host = mq::kMainBoardAddr;
-  const unsigned port = mq::kHeartBeatPort;
-  try {
-    if (mpPushSock != nullptr) {
-      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR,
-             "\"Seems this instance already connected to tcp://%s:%u\"", host, port);
-      return false;
-    }
-    zsock_t* sock = zsock_new(ZMQ_PUSH);
-    if (sock == nullptr) return false;
-    LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect tcp://%s:%u\"", host, port);
-    if (zsock_connect(sock, mq::kTcpFormat, host, port) != 0) {
-      zsock_destroy(&sock);
-      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to tcp://%s:%u\"", host,
-             port);
-      return false;
-    }
-    mpPushSock = sock;
-    LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to tcp://%s:%u\"", host, port);
-    return true;
-  } catch (const std::bad_alloc& e) {
-    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception Bad alloc %s\"", e.what());
-  } catch (const std::exception& e) {
-    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception %s\"", e.what());
-  }
-  return false;
+  return ConnectPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kHeartBeatPort));
 }
 
-bool cHeartBeater::ConnectMqOverIpc() {
-  const char* dir = mq::kIpcDir;
-  const char* file = mq::kHeartBeatIpc;
+bool cHeartBeater::ConnectMqOverIpc() { return ConnectPush(mq::detail::IpcEndpoint(mq::kHeartBeatIpc)); }
+
+bool cHeartBeater::ConnectPush(const std::string& endpoint) {
+  const char* text = endpoint.c_str();
   try {
     if (mpPushSock != nullptr) {
-      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR,
-             "\"Seems this instance already connected to ipc://%s/%s\"", dir, file);
+      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Seems this instance already connected to %s\"",
+             text);
       return false;
     }
     zsock_t* sock = zsock_new(ZMQ_PUSH);
     if (sock == nullptr) return false;
-    LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect ipc://%s/%s\"", dir, file);
-    if (zsock_connect(sock, mq::kIpcFormat, dir, file) != 0) {
+    LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect %s\"", text);
+    if (zsock_connect(sock, "%s", text) != 0) {
       zsock_destroy(&sock);
-      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to ipc://%s/%s\"", dir,
-             file);
+      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to %s\"", text);
       return false;
     }
     mpPushSock = sock;
-    LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to ipc://%s/%s\"", dir, file);
+    LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to %s\"", text);
     return true;
   } catch (const std::bad_alloc& e) {
     LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception Bad alloc %s\"", e.what());

@@ -6,6 +6,7 @@
 // publishes to us. Main thread only.
 
 #include <cstdint>
+#include <string>
 
 class Logger;
 typedef struct _zsock_t zsock_t;
@@ -63,4 +64,5 @@ class cHeartBeater {
   cHeartBeater& operator=(const cHeartBeater&) = delete;
 
   bool SendAppCommand(int command);
+  bool ConnectPush(const std::string& endpoint);
 };

@@ -13,6 +13,7 @@
 #include <exception>
 #include <new>
 
+#include "MqEndpointText.h"
 #include "MqEndpoints.h"
 
 Logger* Logger::mpLogger = nullptr;
@@ -277,44 +278,34 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
 // The connection messages name host and port directly, without the usual
 // file-and-line prefix.
 bool Logger::AttachMqOverTcp() {
-  std::lock_guard<std::recursive_mutex> lock(mMutex);
-  if (mpMqSock != nullptr) {
-    Error("Seems this instance already connected to tcp://%s:%u", mq::kMainBoardAddr, mq::kLogSinkPort);
-    return false;
-  }
-  zsock_t* sock = zsock_new(ZMQ_PUSH);
-  if (sock == nullptr) return false;
-  zsock_set_sndhwm(sock, kSinkHighWaterMark);
-  zsock_set_sndtimeo(sock, 0);
-
-  Debug("Tryig to connect tcp://%s:%u", mq::kMainBoardAddr, mq::kLogSinkPort);
-  if (zsock_connect(sock, mq::kTcpFormat, mq::kMainBoardAddr, mq::kLogSinkPort) != 0) {
-    zsock_destroy(&sock);
-    Error("Failed to connect to tcp://%s:%u", mq::kMainBoardAddr, mq::kLogSinkPort);
-    return false;
-  }
-  mpMqSock = sock;
-  Info("Connected to tcp://%s:%u", mq::kMainBoardAddr, mq::kLogSinkPort);
-  return true;
+  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort), true);
 }
 
-bool Logger::AttachMqOverIpc() {
+bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::kLogSinkIpc), false); }
+
+// The tcp sink never blocks the caller: a queue of 200 records, and records
+// beyond it are dropped.
+bool Logger::AttachPush(const std::string& endpoint, bool boundedQueue) {
   std::lock_guard<std::recursive_mutex> lock(mMutex);
+  const char* text = endpoint.c_str();
   if (mpMqSock != nullptr) {
-    Error("Seems this instance already connected to ipc://%s/%s", mq::kIpcDir, mq::kLogSinkIpc);
+    Error("Seems this instance already connected to %s", text);
     return false;
   }
   zsock_t* sock = zsock_new(ZMQ_PUSH);
   if (sock == nullptr) return false;
-
-  Debug("Tryig to connect ipc://%s/%s", mq::kIpcDir, mq::kLogSinkIpc);
-  if (zsock_connect(sock, mq::kIpcFormat, mq::kIpcDir, mq::kLogSinkIpc) != 0) {
+  if (boundedQueue) {
+    zsock_set_sndhwm(sock, kSinkHighWaterMark);
+    zsock_set_sndtimeo(sock, 0);
+  }
+  Debug("Tryig to connect %s", text);
+  if (zsock_connect(sock, "%s", text) != 0) {
     zsock_destroy(&sock);
-    Error("Failed to connect to ipc://%s/%s", mq::kIpcDir, mq::kLogSinkIpc);
+    Error("Failed to connect to %s", text);
     return false;
   }
   mpMqSock = sock;
-  Info("Connected to ipc://%s/%s", mq::kIpcDir, mq::kLogSinkIpc);
+  Info("Connected to %s", text);
   return true;
 }
 

@@ -1,6 +1,6 @@
 #pragma once
-// Endpoint texts for the socket wrappers ("ipc://dir/name", "tcp://addr:port").
-// Private to the message-queue library.
+// Endpoint texts ("ipc://dir/name", "tcp://addr:port") built from the fixed
+// endpoints, for everything that binds or connects.
 
 #include <cstdio>
 #include <string>
