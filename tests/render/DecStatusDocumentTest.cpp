@@ -95,12 +95,6 @@ TEST(DecStatusDocumentTest, TopLevelMembersPerStreamType) {
   }
 }
 
-TEST(DecStatusDocumentTest, TimestampIsWrittenAsA32BitInteger) {
-  auto rec = NewRecord(0, 0);
-  const std::string text = Render(*rec, 0x100000005L);
-  EXPECT_NE(text.find("\"TS\":5,"), std::string::npos) << text;
-}
-
 TEST(DecStatusDocumentTest, StreamTypeDescription) {
   struct Case {
     int typeId;
