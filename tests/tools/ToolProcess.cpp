@@ -37,7 +37,8 @@ void WriteText(const std::string& path, const std::string& text) {
   out << text;
 }
 
-ToolProcess::ToolProcess(const std::string& binary, const std::vector<std::string>& args) : mDir(MakeTempDir()) {
+ToolProcess::ToolProcess(const std::string& binary, const std::vector<std::string>& args, Input input)
+    : mDir(MakeTempDir()) {
   std::vector<std::string> argv = {binary};
   argv.insert(argv.end(), args.begin(), args.end());
   std::vector<char*> cargv;
@@ -46,17 +47,25 @@ ToolProcess::ToolProcess(const std::string& binary, const std::vector<std::strin
 
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
-  posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  int pipeFds[2] = {-1, -1};
+  if (input == Input::Pipe && pipe2(pipeFds, O_CLOEXEC) == 0) {
+    posix_spawn_file_actions_adddup2(&actions, pipeFds[0], STDIN_FILENO);
+  } else {
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+  }
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, (mDir + "/out").c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0644);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (mDir + "/err").c_str(),
                                    O_WRONLY | O_CREAT | O_TRUNC, 0644);
   const int rc = posix_spawn(&mPid, binary.c_str(), &actions, nullptr, cargv.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
+  if (pipeFds[0] >= 0) close(pipeFds[0]);
+  mStdin = pipeFds[1];
   if (rc != 0) throw std::runtime_error("cannot start " + binary);
 }
 
 ToolProcess::~ToolProcess() {
+  if (mStdin >= 0) close(mStdin);
   if (!mReaped && mPid > 0) {
     kill(mPid, SIGKILL);
     waitpid(mPid, nullptr, 0);
@@ -84,6 +93,19 @@ std::optional<int> ToolProcess::Wait(Ms timeout) {
 
 void ToolProcess::Signal(int sig) const {
   if (!mReaped && mPid > 0) kill(mPid, sig);
+}
+
+bool ToolProcess::Write(const std::string& text) const {
+  return mStdin >= 0 && write(mStdin, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+}
+
+bool ToolProcess::WaitForStdout(const std::string& text, Ms timeout) const {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  while (Stdout().find(text) == std::string::npos) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(Ms(20));
+  }
+  return true;
 }
 
 std::string ToolProcess::Stdout() const { return ReadAll(mDir + "/out"); }

@@ -1,6 +1,6 @@
 #pragma once
 // Runs one of the tools as a child process, standard output and error in
-// temporary files, standard input from /dev/null.
+// temporary files, standard input from /dev/null or from a pipe.
 
 #include <sys/types.h>
 
@@ -15,7 +15,8 @@ using Ms = std::chrono::milliseconds;
 
 class ToolProcess {
  public:
-  ToolProcess(const std::string& binary, const std::vector<std::string>& args);
+  enum class Input { None, Pipe };
+  ToolProcess(const std::string& binary, const std::vector<std::string>& args, Input input = Input::None);
   ~ToolProcess();  // kills the child if it still runs
   ToolProcess(const ToolProcess&) = delete;
   ToolProcess& operator=(const ToolProcess&) = delete;
@@ -24,11 +25,16 @@ class ToolProcess {
   // runs after `timeout`.
   std::optional<int> Wait(Ms timeout);
   void Signal(int sig) const;
+  // Writes to the child's standard input (Input::Pipe only).
+  bool Write(const std::string& text) const;
+  // Waits until standard output contains `text`; false after `timeout`.
+  bool WaitForStdout(const std::string& text, Ms timeout) const;
   std::string Stdout() const;
   std::string Stderr() const;
 
  private:
   pid_t mPid = -1;
+  int mStdin = -1;
   bool mReaped = false;
   int mStatus = 0;
   std::string mDir;

@@ -52,6 +52,7 @@ const BadCall kBadCalls[] = {
      "--step: 3 is past the last step of 'flip' (2)"},
     {"SimEventsWithoutMonitors", PLOVREST_SIM_PATH, {"--no-monitors", "--zoom", "on"}, "--zoom: the monitors are off"},
     {"SimRateWithoutDecoder", PLOVREST_SIM_PATH, {"--no-decoder", "--rate", "5"}, "--rate: the decoder is off"},
+    {"SimNothingToPlay", PLOVREST_SIM_PATH, {"--no-decoder", "--no-monitors"}, "nothing is left to play"},
     {"SimEndpointPeer", PLOVREST_SIM_PATH, {"--endpoint", "daemon=tcp://127.0.0.1:1"}, "--endpoint: 'daemon' is not one of"},
     {"SimMissingFile", PLOVREST_SIM_PATH, {"--scenario-file", "/nonexistent.json"},
      "--scenario-file /nonexistent.json: No such file or directory"},

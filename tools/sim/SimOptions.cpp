@@ -198,6 +198,10 @@ bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error)
     error = std::string(rateGiven ? "--rate" : "--count") + ": the decoder is off (--no-decoder)";
     return false;
   }
+  if (!out.decoder && !out.monitors && !out.sinks && !fileMode) {
+    error = "--no-decoder and --no-monitors: nothing is left to play";
+    return false;
+  }
   if (out.step == 0) out.step = 1;
   return true;
 }
