@@ -201,6 +201,9 @@ void MessageReaderLoop() {
 int RunDaemon(int argc, char** argv) {
   // Line-buffered, so a supervisor or a pipe sees each line as it is printed.
   setvbuf(stdout, nullptr, _IOLBF, 0);
+  // CZMQ would otherwise catch SIGINT/SIGTERM from its first socket on and
+  // swallow a stop request that arrives before our handlers are installed.
+  zsys_handler_set(nullptr);
 
   static Logger* plogger = Logger::GetInstance();
   gpLogger = Logger::GetInstance();
