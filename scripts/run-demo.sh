@@ -77,7 +77,7 @@ case "$view" in summary|table|pretty|raw) ;; *) die "--view: summary, table, pre
 if [ -z "$hold" ]; then
   # Six stream kinds; with a duration, one round fits with two seconds to spare.
   hold=4
-  [ -z "$duration" ] || hold="$(awk -v d="$duration" 'BEGIN { h = (d - 2) / 6; if (h > 4) h = 4; if (h < 0.5) h = 0.5; printf "%g", h }')"
+  [ -z "$duration" ] || hold="$(awk -v d="$duration" 'BEGIN { h = (d - 2) / 6; if (h > 4) h = 4; if (h < 0.5) h = 0.5; printf "%g", int(h * 10) / 10 }')"
 fi
 
 case "$build_dir" in /*) ;; *) build_dir="$repo/$build_dir" ;; esac
@@ -130,13 +130,14 @@ kinds=(pcm:0:PCM dd:1:"Dolby Digital" ddp:16:"Dolby Digital Plus" dolby-e:28:"Do
   printf '\n  ]\n}\n'
 } >"$scenario"
 
-# Seen on "DolbyMetadataGrp": a status document with this TypeId.
+# Seen on "DolbyMetadataGrp": a status document with this TypeId. (One grep:
+# in a pipeline, grep -q ending early would fail the pipeline.)
 status_seen() {
-  LC_ALL=C grep -F '"topic":"DolbyMetadataGrp"' "$messages" 2>/dev/null | LC_ALL=C grep -qF "\"TypeId\":$1,"
+  LC_ALL=C grep -qE "\"topic\":\"DolbyMetadataGrp\",.*\"TypeId\":$1," "$messages" 2>/dev/null
 }
 # Seen on "DolbyPAData>>": a presentation document (not the empty one).
 presentation_seen() {
-  LC_ALL=C grep -F '"topic":"DolbyPAData>>"' "$messages" 2>/dev/null | LC_ALL=C grep -qF '"NoPresentations":'
+  LC_ALL=C grep -qE '"topic":"DolbyPAData>>",.*"NoPresentations":' "$messages" 2>/dev/null
 }
 
 cat <<EOF
