@@ -54,6 +54,8 @@ class SlotAddress : public testing::TestWithParam<SlotCase> {};
 TEST_P(SlotAddress, LogsTheAddressItWillUse) {
   DaemonProcess daemon(GetParam().args);
   EXPECT_TRUE(daemon.WaitForStdout(GetParam().gotIpLine, Ms(5000))) << daemon.Stdout();
+  // Stop it once start-up is over (its own handlers are installed by then).
+  ASSERT_TRUE(daemon.WaitForStdout("thread out of wait", Ms(5000)));
   daemon.Signal(SIGTERM);
   EXPECT_EQ(daemon.WaitExit(Ms(5000)), 0);
 }
