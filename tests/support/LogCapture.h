@@ -1,6 +1,6 @@
 #pragma once
-// Test helpers for the logger: an in-memory stream to hand the logger as its
-// console, and a fresh, console-routed logger per test.
+// Logger test helpers: an in-memory console stream, line and time-stamp
+// splitting, and a fixture that gives every test a fresh console-routed logger.
 
 #include <gtest/gtest.h>
 
@@ -16,18 +16,10 @@
 class MemStream {
  public:
   MemStream() : mpStream(open_memstream(&mpBuf, &mSize)) {}
-  ~MemStream() {
-    if (mpStream != nullptr) std::fclose(mpStream);
-    std::free(mpBuf);
-  }
+  ~MemStream() { std::fclose(mpStream); std::free(mpBuf); }
   MemStream(const MemStream&) = delete;
-  MemStream& operator=(const MemStream&) = delete;
-
   FILE* get() const { return mpStream; }
-  std::string Text() {
-    std::fflush(mpStream);
-    return std::string(mpBuf, mSize);
-  }
+  std::string Text() { std::fflush(mpStream); return std::string(mpBuf, mSize); }
 
  private:
   char* mpBuf = nullptr;
@@ -48,28 +40,21 @@ inline std::vector<std::string> SplitLines(const std::string& text) {
   return lines;
 }
 
-// Splits "<escape><digits>|<rest>" into its time stamp and the rest; returns
-// false when the line does not start with `escape` followed by a number.
-inline bool SplitStamp(const std::string& line, const std::string& escape,
-                       unsigned long long* stamp, std::string* rest) {
-  if (line.compare(0, escape.size(), escape) != 0) return false;
-  size_t pos = escape.size();
-  size_t digits = 0;
-  unsigned long long value = 0;
-  while (pos < line.size() && line[pos] >= '0' && line[pos] <= '9') {
-    value = value * 10 + static_cast<unsigned>(line[pos] - '0');
-    ++pos;
-    ++digits;
+// "<escape><milliseconds>|<rest>" gives <rest> (and the stamp in *stamp);
+// any other shape gives "?" and the whole line, which no expectation matches.
+inline std::string Unstamp(const std::string& line, const std::string& escape = "",
+                           unsigned long long* stamp = nullptr) {
+  const size_t bar = line.find('|', escape.size());
+  if (line.compare(0, escape.size(), escape) != 0 || bar == std::string::npos ||
+      bar == escape.size() || line.find_first_not_of("0123456789", escape.size()) != bar) {
+    return "?" + line;
   }
-  if (digits == 0 || pos >= line.size() || line[pos] != '|') return false;
-  *stamp = value;
-  *rest = line.substr(pos + 1);
-  return true;
+  if (stamp != nullptr) *stamp = std::stoull(line.substr(escape.size(), bar - escape.size()));
+  return line.substr(bar + 1);
 }
 
-// Calls the level function that belongs to `level` (Debug for anything not
-// in the table). A switch rather than a member-function pointer: the vptr
-// sanitizer of the compiler in use mangles calls through those.
+// A switch, not a member-function pointer: the vptr sanitizer of the compiler
+// in use mangles calls through those.
 template <typename... Args>
 int CallLevel(Logger* logger, MsgLevel_e level, const char* fmt, Args... args) {
   switch (level) {
@@ -81,29 +66,28 @@ int CallLevel(Logger* logger, MsgLevel_e level, const char* fmt, Args... args) {
   }
 }
 
-// As start-up does: clear the field, then a bounded print of 7 bytes, which
-// keeps the first six characters of "Plovrest".
-inline void SetShortName(Logger* logger) {
-  std::memset(logger->mName, 0, sizeof(logger->mName));
-#pragma GCC diagnostic push
-#pragma GCC diagnostic ignored "-Wformat-truncation"  // the cut is intended
-  std::snprintf(logger->mName, 7, "%s", "Plovrest");
-#pragma GCC diagnostic pop
-}
-
-// Gives every test a freshly built logger (defaults restored) whose console
-// goes to two in-memory streams.
 class LoggerFixture : public ::testing::Test {
  protected:
-  void SetUp() override {
+  void SetUp() override { Fresh(); }
+  void TearDown() override { Logger::DeleteInstance(); }
+
+  // Replaces the instance with a newly built one at level DEBUG, console on,
+  // writing to mOut and mErr. The name is set as start-up does: a bounded
+  // print of 7 bytes keeps six characters.
+  void Fresh() {
     Logger::DeleteInstance();
     mpLog = Logger::GetInstance();
     ASSERT_NE(mpLog, nullptr);
-    SetShortName(mpLog);
+    std::memset(mpLog->mName, 0, sizeof(mpLog->mName));
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat-truncation"  // the cut is intended
+    std::snprintf(mpLog->mName, 7, "%s", "Plovrest");
+#pragma GCC diagnostic pop
     mpLog->mpConsoleOut = mOut.get();
     mpLog->mpConsoleErr = mErr.get();
+    mpLog->mLevel = MSG_LEVEL_DEBUG;
+    mpLog->mbConsole = true;
   }
-  void TearDown() override { Logger::DeleteInstance(); }
 
   Logger* mpLog = nullptr;
   MemStream mOut;

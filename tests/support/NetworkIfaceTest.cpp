@@ -1,6 +1,7 @@
 // Interface look-ups through ioctl, inside the private namespace whose lo is
 // up with 127.0.0.1 as its first address.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -10,62 +11,50 @@
 
 namespace {
 
-const char* kNoSuchInterface = "nosuch0";
-
-TEST(NetworkIface, LoopbackAddress) {
-  char out[16];
-  std::memset(out, 'x', sizeof(out));
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(GetInterfaceAddressFromIoctl("lo", out), 0);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_STREQ(out, "127.0.0.1");
-
-  char endpoint[32];
-  EXPECT_EQ(GetProcessMonitorSocketStringFromIoctl("lo", endpoint), 0);
-  EXPECT_STREQ(endpoint, "tcp://127.0.0.1:9989");
-}
-
-TEST(NetworkIface, UnknownInterfaceGivesZeroAddress) {
-  const char* names[] = {kNoSuchInterface, "", "a-name-much-longer-than-an-interface-name-can-be"};
-  for (const char* name : names) {
-    SCOPED_TRACE(name);
-    char out[16];
-    std::memset(out, 'x', sizeof(out));
-    testing::internal::CaptureStdout();
-    EXPECT_EQ(GetInterfaceAddressFromIoctl(name, out), 1);
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "NET ERROR :  - getting link local IP address.\n");
-    EXPECT_STREQ(out, "0.0.0.0");
-  }
-
-  char endpoint[32];
-  std::memset(endpoint, 'x', sizeof(endpoint));
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(GetProcessMonitorSocketStringFromIoctl(kNoSuchInterface, endpoint), 1);
-  testing::internal::GetCapturedStdout();
-}
-
-TEST(NetworkIface, MacAddress) {
+// Runs every look-up on `name`; returns their results and what they printed.
+struct LookUps {
+  char address[16], endpoint[32], text[18];
   unsigned char bytes[6];
-  std::memset(bytes, 0xAA, sizeof(bytes));
-  EXPECT_EQ(GetMacBytesFromIoctl(bytes, "lo"), 0);
-  const unsigned char zero[6] = {0, 0, 0, 0, 0, 0};
-  EXPECT_EQ(std::memcmp(bytes, zero, sizeof(zero)), 0);  // loopback has no hardware address
+  int rc[4];
+  std::string printed;
+  explicit LookUps(const char* name) {
+    std::memset(address, 'x', sizeof(address));
+    std::memset(bytes, 0xAA, sizeof(bytes));
+    std::memset(text, 'x', sizeof(text));
+    testing::internal::CaptureStdout();
+    rc[0] = GetInterfaceAddressFromIoctl(name, address);
+    rc[1] = GetProcessMonitorSocketStringFromIoctl(name, endpoint);
+    rc[2] = GetMacBytesFromIoctl(bytes, name);
+    rc[3] = GetMacStringFromIoctl(text, name);
+    printed = testing::internal::GetCapturedStdout();
+  }
+  bool ZeroMac() const { return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, 5) == 0; }
+};
 
-  char text[18];
-  EXPECT_EQ(GetMacStringFromIoctl(text, "lo"), 0);
-  EXPECT_STREQ(text, "00:00:00:00:00:00");
+TEST(NetworkIface, LoopbackLookUps) {
+  const LookUps lo("lo");
+  EXPECT_THAT(lo.rc, testing::Each(0));
+  EXPECT_EQ(lo.printed, "");
+  EXPECT_STREQ(lo.address, "127.0.0.1");
+  EXPECT_STREQ(lo.endpoint, "tcp://127.0.0.1:9989");
+  EXPECT_TRUE(lo.ZeroMac());  // loopback has no hardware address
+  EXPECT_STREQ(lo.text, "00:00:00:00:00:00");
+}
 
-  std::memset(bytes, 0xAA, sizeof(bytes));
-  std::memset(text, 'x', sizeof(text));
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(GetMacBytesFromIoctl(bytes, kNoSuchInterface), 1);
-  EXPECT_EQ(GetMacStringFromIoctl(text, kNoSuchInterface), 1);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
-            "NET ERROR : Unable to get mac address from ioctl.\n"
-            "NET ERROR : Unable to get mac address from ioctl.\n");
-  EXPECT_EQ(std::memcmp(bytes, zero, sizeof(zero)), 0);
-  const char zeroText[18] = {};
-  EXPECT_EQ(std::memcmp(text, zeroText, sizeof(zeroText)), 0);
+TEST(NetworkIface, UnknownInterfaceFailsWithZeroedResults) {
+  for (const char* name : {"nosuch0", "", "a-name-much-longer-than-an-interface-name-can-be"}) {
+    SCOPED_TRACE(name);
+    const LookUps none(name);
+    EXPECT_THAT(none.rc, testing::Each(1));
+    EXPECT_EQ(none.printed,
+              "NET ERROR :  - getting link local IP address.\n"
+              "NET ERROR :  - getting link local IP address.\n"
+              "NET ERROR : Unable to get mac address from ioctl.\n"
+              "NET ERROR : Unable to get mac address from ioctl.\n");
+    EXPECT_STREQ(none.address, "0.0.0.0");
+    EXPECT_TRUE(none.ZeroMac());
+    EXPECT_EQ(std::string(none.text, sizeof(none.text)), std::string(sizeof(none.text), '\0'));
+  }
 }
 
 }  // namespace
