@@ -44,7 +44,11 @@ case "$out" in /*) ;; *) out="$repo/$out" ;; esac
 
 if [ "$build" = 1 ]; then
   scripts/install-deps.sh
-  cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  # Configured once: configuring again changes how pkg-config's include
+  # directories are passed, and every object would be compiled anew.
+  if [ ! -f "$build_dir/CMakeCache.txt" ]; then
+    cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+  fi
   cmake --build "$build_dir" -j"$(nproc)" --target plovrest-sim plovrest-tap
 fi
 sim="$build_dir/tools/plovrest-sim"

@@ -90,7 +90,11 @@ tap_bin="$build_dir/tools/plovrest-tap"
 if [ "${PLOVREST_IN_NETNS:-}" != "1" ]; then
   if [ "$setup" = 1 ]; then
     scripts/install-deps.sh
-    cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+    # Configured once: configuring again changes how pkg-config's include
+    # directories are passed, and every object would be compiled anew.
+    if [ ! -f "$build_dir/CMakeCache.txt" ]; then
+      cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+    fi
     cmake --build "$build_dir" -j"$(nproc)" --target plovrestd plovrest-sim plovrest-tap
   fi
   if [ -z "$work_dir" ]; then work_dir="$(mktemp -d /tmp/plovrest-demo.XXXXXX)"; fi
