@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <vector>
 
 #include "Messaging/MetadataPublisher.h"
 #include "Messaging/PubHandler.h"
@@ -15,107 +14,100 @@
 
 namespace {
 
-using Frames = std::vector<std::string>;
-constexpr const char* kMetadataEndpoint = "ipc:///run/shm/mq/dlbMetadataPub.ipc";
+using mqtest::Frames;
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
 
 class MetadataPublisherTest : public ::testing::Test {
  protected:
   void TearDown() override {
-    if (sub_ != nullptr) zsock_destroy(&sub_);
+    zsock_destroy(&sub_);
     cPubHandler::DeleteInstance();
   }
 
-  // Binds through initPubs (its one stdout text is swallowed) and connects a
-  // subscriber that has seen a message.
-  cPubHandler* BindAndSubscribe(int slot) {
-    testing::internal::CaptureStdout();
+  // Binds through initPubs and returns what it printed.
+  std::string Init(int slot) {
+    CaptureStdout();
     initPubs(slot);
-    testing::internal::GetCapturedStdout();
-    cPubHandler* pub = cPubHandler::mpPub;
-    if (pub == nullptr || pub->mpSock == nullptr) return nullptr;
-    if (sub_ == nullptr) sub_ = zsock_new_sub(kMetadataEndpoint, "");
-    if (sub_ == nullptr) return nullptr;
-    const bool joined = mqtest::SyncSubscriber(
-        sub_, [&] { pub->SendJson(pub->mpSock, mqtest::kSyncTopic, ""); });
-    return joined ? pub : nullptr;
+    pub_ = cPubHandler::mpPub;
+    return GetCapturedStdout();
   }
 
+  // Connects the subscriber (once) and waits until it sees the publisher.
+  bool Subscribe() {
+    if (pub_ == nullptr || pub_->mpSock == nullptr) return false;
+    if (sub_ == nullptr) sub_ = zsock_new_sub("ipc:///run/shm/mq/dlbMetadataPub.ipc", "");
+    return sub_ != nullptr &&
+           mqtest::SyncSubscriber(sub_, [&] { pub_->SendJson(pub_->mpSock, mqtest::kSyncTopic, ""); });
+  }
+
+  cPubHandler* pub_ = nullptr;
   zsock_t* sub_ = nullptr;
 };
 
 TEST_F(MetadataPublisherTest, InitPubsBindsTheMetadataEndpoint) {
-  testing::internal::CaptureStdout();
-  initPubs(2);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "bind to ipc://dlbMetadataPub.ipc");
-
-  cPubHandler* pub = cPubHandler::mpPub;
-  ASSERT_NE(pub, nullptr);
-  EXPECT_EQ(pub, cPubHandler::GetInstance());
+  EXPECT_EQ(Init(2), "bind to ipc://dlbMetadataPub.ipc");
+  ASSERT_NE(pub_, nullptr);
+  EXPECT_EQ(pub_, cPubHandler::GetInstance());
   EXPECT_NE(cPubHandler::mpLogger, nullptr);
-  EXPECT_TRUE(pub->mbBoundOverIpc);
-  EXPECT_FALSE(pub->mbBoundOverTcp);
-  EXPECT_NE(pub->mpSock, nullptr);
-  EXPECT_EQ(pub->mEndpoint, "dlbMetadataPub.ipc");
-  EXPECT_EQ(pub->miSlot, 2);
-
-  ASSERT_EQ(BindAndSubscribe(2), pub);
-  ASSERT_TRUE(pub->SendJson(pub->mpSock, "DolbyMetadataGrp", "{}"));
-  EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"DolbyMetadataGrp", "{}"}));
+  EXPECT_TRUE(pub_->mbBoundOverIpc);
+  EXPECT_FALSE(pub_->mbBoundOverTcp);
+  EXPECT_EQ(pub_->mEndpoint, "dlbMetadataPub.ipc");
+  EXPECT_EQ(pub_->miSlot, 2);  // the raw-sender test sends through this binding
 }
 
+// A second initPubs closes the first socket, drops the frames and the flags,
+// and binds afresh on the same instance.
 TEST_F(MetadataPublisherTest, InitPubsTwiceRebindsFromScratch) {
-  cPubHandler* pub = BindAndSubscribe(1);
-  ASSERT_NE(pub, nullptr);
+  Init(1);
+  ASSERT_TRUE(Subscribe());
+  cPubHandler* const first = pub_;
   const unsigned char data[] = {1, 2, 3};
-  testing::internal::CaptureStdout();
-  ASSERT_TRUE(pub->SendPAData("P", 1, data, sizeof(data)));
-  testing::internal::GetCapturedStdout();
-  pub->mbBoundOverTcp = true;
+  CaptureStdout();
+  ASSERT_TRUE(pub_->SendPAData("P", 1, data, sizeof(data)));
+  GetCapturedStdout();
+  pub_->mbBoundOverTcp = true;
   const size_t baseline = mqtest::SettledFdCount();
 
-  ASSERT_EQ(BindAndSubscribe(3), pub);
+  Init(3);
+  ASSERT_EQ(pub_, first);
   EXPECT_TRUE(mqtest::FdCountSettlesAtMost(baseline)) << "the first socket is still open";
-  EXPECT_EQ(pub->miSlot, 3);
-  EXPECT_TRUE(pub->mbBoundOverIpc);
-  EXPECT_FALSE(pub->mbBoundOverTcp);
-  EXPECT_EQ(pub->mpPATopicFrame, nullptr);
-  EXPECT_EQ(pub->mpPAFrame, nullptr);
-  ASSERT_TRUE(pub->SendJson(pub->mpSock, "DolbyProcStatus", "{\"Status\" : \"Decoding\"}"));
-  EXPECT_EQ(mqtest::RecvFrames(sub_),
-            (Frames{"DolbyProcStatus", "{\"Status\" : \"Decoding\"}"}));
+  EXPECT_EQ(pub_->miSlot, 3);
+  EXPECT_TRUE(pub_->mbBoundOverIpc);
+  EXPECT_FALSE(pub_->mbBoundOverTcp);
+  EXPECT_EQ(pub_->mpPATopicFrame, nullptr);
+  EXPECT_EQ(pub_->mpPAFrame, nullptr);
+  ASSERT_TRUE(Subscribe());
+  ASSERT_TRUE(pub_->SendJson(pub_->mpSock, "DolbyProcStatus", "{\"Status\" : \"Decoding\"}"));
+  EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"DolbyProcStatus", "{\"Status\" : \"Decoding\"}"}));
 }
 
 TEST_F(MetadataPublisherTest, CleanPubsClosesButKeepsTheInstance) {
-  cPubHandler* pub = BindAndSubscribe(0);
-  ASSERT_NE(pub, nullptr);
+  Init(0);
+  ASSERT_NE(pub_, nullptr);
   const unsigned char data[] = {9};
-  testing::internal::CaptureStdout();
-  ASSERT_TRUE(pub->SendMetadata("M", 1, data, 1));
-  ASSERT_TRUE(pub->SendLUData("L", 1, data, 1));
-  testing::internal::GetCapturedStdout();
+  CaptureStdout();
+  ASSERT_TRUE(pub_->SendMetadata("M", 1, data, 1));
+  ASSERT_TRUE(pub_->SendLUData("L", 1, data, 1));
+  GetCapturedStdout();
 
   cleanPubs();
-  EXPECT_EQ(cPubHandler::mpPub, pub);
-  EXPECT_EQ(pub->mpSock, nullptr);
-  EXPECT_FALSE(pub->mbBoundOverIpc);
-  EXPECT_TRUE(pub->mEndpoint.empty());
-  for (zframe_t* frame : {pub->mpMetadataTopicFrame, pub->mpMetadataFrame, pub->mpPATopicFrame,
-                          pub->mpPAFrame, pub->mpLUTopicFrame, pub->mpLUFrame}) {
+  EXPECT_EQ(cPubHandler::mpPub, pub_);
+  EXPECT_EQ(pub_->mpSock, nullptr);
+  EXPECT_FALSE(pub_->mbBoundOverIpc);
+  EXPECT_TRUE(pub_->mEndpoint.empty());
+  for (zframe_t* frame : {pub_->mpMetadataTopicFrame, pub_->mpMetadataFrame, pub_->mpPATopicFrame,
+                          pub_->mpPAFrame, pub_->mpLUTopicFrame, pub_->mpLUFrame}) {
     EXPECT_EQ(frame, nullptr);
   }
-  EXPECT_FALSE(pub->SendJson(pub->mpSock, "DolbyMetadataGrp", "{}"));
-  testing::internal::CaptureStdout();
-  EXPECT_FALSE(pub->SendMetadata("M", 1, data, 1)) << "no socket";
-  testing::internal::GetCapturedStdout();
+  CaptureStdout();
+  EXPECT_FALSE(pub_->SendMetadata("M", 1, data, 1)) << "no socket";
+  GetCapturedStdout();
   cleanPubs();  // twice is harmless
 
   cPubHandler::DeleteInstance();
   EXPECT_EQ(cPubHandler::mpPub, nullptr);
-  cPubHandler::DeleteInstance();
-  cPubHandler* fresh = cPubHandler::GetInstance();
-  ASSERT_NE(fresh, nullptr);
-  EXPECT_EQ(fresh->miSlot, -1);
-  EXPECT_EQ(fresh->mpSock, nullptr);
+  cPubHandler::DeleteInstance();  // and so is a second delete
 }
 
 TEST_F(MetadataPublisherTest, FailedBindIsLoggedAndLeavesAnUnboundSocket) {
@@ -125,80 +117,70 @@ TEST_F(MetadataPublisherTest, FailedBindIsLoggedAndLeavesAnUnboundSocket) {
   }
   ASSERT_EQ(std::rename("/run/shm/mq", "/run/shm/mq.aside"), 0);
   testing::internal::CaptureStderr();
-  initPubs(1);
+  Init(1);
   const std::string err = testing::internal::GetCapturedStderr();
   ASSERT_EQ(std::rename("/run/shm/mq.aside", "/run/shm/mq"), 0);
 
   EXPECT_NE(err.find("MetadataPublisher.cpp|"), std::string::npos) << err;
   EXPECT_NE(err.find("|\"Failed to initialize HWM Pubs.\""), std::string::npos) << err;
-  cPubHandler* pub = cPubHandler::mpPub;
-  ASSERT_NE(pub, nullptr);
-  EXPECT_FALSE(pub->mbBoundOverIpc);
-  ASSERT_NE(pub->mpSock, nullptr);
-  EXPECT_TRUE(pub->SendJson(pub->mpSock, "DolbyMetadataGrp", "{}")) << "sends go nowhere";
-  EXPECT_EQ(pub->miSlot, 1);
+  ASSERT_NE(pub_, nullptr);
+  EXPECT_FALSE(pub_->mbBoundOverIpc);
+  ASSERT_NE(pub_->mpSock, nullptr);
+  EXPECT_TRUE(pub_->SendJson(pub_->mpSock, "DolbyMetadataGrp", "{}")) << "sends go nowhere";
+  EXPECT_EQ(pub_->miSlot, 1);
 }
 
-// The three raw senders share one algorithm over their own frame pair.
-struct SenderCase {
-  const char* name;
-  bool (DlbPubHandler::*send)(const char*, unsigned int, const unsigned char*, unsigned int);
-  zframe_t* DlbPubHandler::*topicFrame;
-  zframe_t* DlbPubHandler::*dataFrame;
-  const char* allocationLines;
-};
-
-class RawSenderTest : public MetadataPublisherTest,
-                      public ::testing::WithParamInterface<SenderCase> {};
-
-TEST_P(RawSenderTest, RejectsEmptyInputAndReusesItsFrames) {
-  const SenderCase& c = GetParam();
-  cPubHandler* pub = BindAndSubscribe(0);
-  ASSERT_NE(pub, nullptr);
-  auto send = [&](const char* topic, unsigned topicLen, const unsigned char* data,
-                  unsigned dataLen) { return (pub->*c.send)(topic, topicLen, data, dataLen); };
+// The three raw senders share one algorithm over their own frame pair: empty
+// input is refused, the first send allocates (and says so), later sends reuse.
+TEST_F(MetadataPublisherTest, RawSendersRejectEmptyInputAndReuseTheirFrames) {
+  const struct {
+    bool (DlbPubHandler::*send)(const char*, unsigned int, const unsigned char*, unsigned int);
+    zframe_t* DlbPubHandler::*topicFrame;
+    zframe_t* DlbPubHandler::*dataFrame;
+    const char* allocationLines;
+  } cases[] = {
+      {&DlbPubHandler::SendMetadata, &DlbPubHandler::mpMetadataTopicFrame, &DlbPubHandler::mpMetadataFrame,
+       "Allocated Metadata Topic Frame\nAllocated Metadata Frame\n"},
+      {&DlbPubHandler::SendPAData, &DlbPubHandler::mpPATopicFrame, &DlbPubHandler::mpPAFrame,
+       "Allocated PA Topic Frame\nAllocated PA data Frame\n"},
+      {&DlbPubHandler::SendLUData, &DlbPubHandler::mpLUTopicFrame, &DlbPubHandler::mpLUFrame,
+       "Allocated LU Topic Frame\nAllocated LU data Frame\n"},
+  };
+  Init(0);
+  ASSERT_TRUE(Subscribe());
   const unsigned char payload[] = {'a', 0, 'b', 0xFF, 0};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.allocationLines);
+    auto send = [&](const char* topic, unsigned topicLen, const unsigned char* data, unsigned dataLen) {
+      return (pub_->*c.send)(topic, topicLen, data, dataLen);
+    };
+    CaptureStdout();
+    EXPECT_FALSE(send(nullptr, 3, payload, 5));
+    EXPECT_FALSE(send("Top", 0, payload, 5));
+    EXPECT_FALSE(send("Top", 3, nullptr, 5));
+    EXPECT_FALSE(send("Top", 3, payload, 0));
+    EXPECT_EQ(GetCapturedStdout(), "");
+    EXPECT_EQ(pub_->*c.topicFrame, nullptr);
+    EXPECT_EQ(pub_->*c.dataFrame, nullptr);
 
-  testing::internal::CaptureStdout();
-  EXPECT_FALSE(send(nullptr, 3, payload, 5));
-  EXPECT_FALSE(send("Top", 0, payload, 5));
-  EXPECT_FALSE(send("Top", 3, nullptr, 5));
-  EXPECT_FALSE(send("Top", 3, payload, 0));
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(pub->*c.topicFrame, nullptr);
-  EXPECT_EQ(pub->*c.dataFrame, nullptr);
+    // Only topicLen bytes of the topic go out; the data may hold NULs.
+    CaptureStdout();
+    EXPECT_TRUE(send("TopicXYZ", 5, payload, sizeof(payload)));
+    EXPECT_EQ(GetCapturedStdout(), c.allocationLines);
+    EXPECT_EQ(mqtest::RecvFrames(sub_),
+              (Frames{"Topic", std::string(reinterpret_cast<const char*>(payload), sizeof(payload))}));
 
-  // Only topicLen bytes of the topic go out; the data may hold NULs.
-  testing::internal::CaptureStdout();
-  EXPECT_TRUE(send("TopicXYZ", 5, payload, sizeof(payload)));
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), c.allocationLines);
-  EXPECT_EQ(mqtest::RecvFrames(sub_),
-            (Frames{"Topic", std::string(reinterpret_cast<const char*>(payload), sizeof(payload))}));
-
-  zframe_t* const topicFrame = pub->*c.topicFrame;
-  zframe_t* const dataFrame = pub->*c.dataFrame;
-  testing::internal::CaptureStdout();
-  EXPECT_TRUE(send("LongerTopic", 11, payload + 2, 1));
-  EXPECT_TRUE(send("T", 1, payload, 2));
-  EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-  EXPECT_EQ(pub->*c.topicFrame, topicFrame);
-  EXPECT_EQ(pub->*c.dataFrame, dataFrame);
-  EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"LongerTopic", "b"}));
-  EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"T", std::string("a\0", 2)}));
+    zframe_t* const topicFrame = pub_->*c.topicFrame;
+    zframe_t* const dataFrame = pub_->*c.dataFrame;
+    CaptureStdout();
+    EXPECT_TRUE(send("LongerTopic", 11, payload + 2, 1));
+    EXPECT_TRUE(send("T", 1, payload, 2));
+    EXPECT_EQ(GetCapturedStdout(), "");
+    EXPECT_EQ(pub_->*c.topicFrame, topicFrame);
+    EXPECT_EQ(pub_->*c.dataFrame, dataFrame);
+    EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"LongerTopic", "b"}));
+    EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"T", std::string("a\0", 2)}));
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Senders, RawSenderTest,
-    ::testing::Values(
-        SenderCase{"Metadata", &DlbPubHandler::SendMetadata, &DlbPubHandler::mpMetadataTopicFrame,
-                   &DlbPubHandler::mpMetadataFrame,
-                   "Allocated Metadata Topic Frame\nAllocated Metadata Frame\n"},
-        SenderCase{"PA", &DlbPubHandler::SendPAData, &DlbPubHandler::mpPATopicFrame,
-                   &DlbPubHandler::mpPAFrame,
-                   "Allocated PA Topic Frame\nAllocated PA data Frame\n"},
-        SenderCase{"LU", &DlbPubHandler::SendLUData, &DlbPubHandler::mpLUTopicFrame,
-                   &DlbPubHandler::mpLUFrame,
-                   "Allocated LU Topic Frame\nAllocated LU data Frame\n"}),
-    [](const ::testing::TestParamInfo<SenderCase>& info) { return std::string(info.param.name); });
 
 }  // namespace

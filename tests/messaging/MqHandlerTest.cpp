@@ -2,6 +2,7 @@
 // device's link-local addresses.
 
 #include <czmq.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -14,16 +15,13 @@
 
 namespace {
 
-using mqtest::FdCountSettlesAtMost;
 using mqtest::MakeTable;
-using mqtest::SettledFdCount;
 using mqtest::WaitUntil;
 
 constexpr const char* kEndpoint = "mqHandlerTest.ipc";
 constexpr const char* kTcpHost = "169.254.2.3";
 constexpr const char* kForeignHost = "10.99.99.99";  // not on this host: bind fails
-// Longer than a unix socket path may be: bind and connect fail at once.
-const std::string kTooLongName(200, 'n');
+const std::string kTooLongName(200, 'n');            // too long for a unix socket path
 
 struct Delivery {
   std::string topic;
@@ -31,16 +29,14 @@ struct Delivery {
   std::string message;
 };
 std::vector<Delivery> gDelivered;
-bool gSynced = false;
-bool gFenced = false;
+std::string gSync;  // the message of the last sync copy read, "none" before
 int gResult = 0;
 
 int Record(const char* topic, const char* message) {
   if (std::strcmp(topic, mqtest::kSyncTopic) == 0) {
-    gSynced = true;
-    if (message != nullptr && std::strcmp(message, "fence") == 0) gFenced = true;
+    gSync = message != nullptr ? message : "";
   } else {
-    gDelivered.push_back({topic, message != nullptr, message ? message : ""});
+    gDelivered.push_back({topic, message != nullptr, message != nullptr ? message : ""});
   }
   return gResult;
 }
@@ -51,8 +47,7 @@ class PubSubTest : public ::testing::Test {
  protected:
   void SetUp() override {
     gDelivered.clear();
-    gSynced = false;
-    gFenced = false;
+    gSync = "none";
     gResult = 0;
     pubSock_ = pub_.BindMqOverIpc(kEndpoint, nullptr);
     ASSERT_NE(pubSock_, nullptr);
@@ -63,6 +58,7 @@ class PubSubTest : public ::testing::Test {
     pub_.DestroyMq(&pubSock_);
   }
 
+  // Connects and syncs; once the fence is read no late sync copy is queued.
   void Connect(const std::vector<std::string>& topics) {
     auto table = MakeTable(topics);
     subSock_ = sub_.AddMqOverIpc(kEndpoint, table.get(), int(topics.size()), nullptr);
@@ -70,21 +66,17 @@ class PubSubTest : public ::testing::Test {
     ASSERT_TRUE(WaitUntil([&] {
       pub_.SendJson(pubSock_, mqtest::kSyncTopic, "");
       sub_.MessageReader(subSock_);
-      return gSynced;
+      return gSync != "none";
     })) << "subscriber never joined";
-    // Once the fence is read, no late sync copy is left in the queue.
     ASSERT_TRUE(pub_.SendJson(pubSock_, mqtest::kSyncTopic, "fence"));
-    ASSERT_TRUE(WaitUntil([&] {
-      sub_.MessageReader(subSock_);
-      return gFenced;
-    }));
+    ASSERT_TRUE(ReadUntil([] { return gSync == "fence"; }));
   }
 
-  // Reads until `n` non-sync messages were delivered.
-  bool ReadDeliveries(size_t n) {
+  template <typename Pred>
+  bool ReadUntil(Pred done) {
     return WaitUntil([&] {
       sub_.MessageReader(subSock_);
-      return gDelivered.size() >= n;
+      return done();
     });
   }
 
@@ -94,16 +86,25 @@ class PubSubTest : public ::testing::Test {
   zsock_t* subSock_ = nullptr;
 };
 
-TEST_F(PubSubTest, TopicEntryNeedsItsTerminatorInsideTheEntry) {
+// An entry is subscribed only when its terminator lies inside it; an
+// unsubscribed topic stops arriving but still counts. Delivery keeps order,
+// so a topic still subscribed would arrive first.
+TEST_F(PubSubTest, TopicEntryLimitsAndUnsubscribe) {
   const std::string longest(127, 'A');
   const std::string tooLong(128, 'B');
-  Connect({mqtest::kSyncTopic, tooLong, longest});
-  EXPECT_EQ(sub_.miSubscribed, 2);
-
-  // Delivery keeps order, so the unsubscribed topic would arrive first.
+  Connect({mqtest::kSyncTopic, tooLong, "Gone", longest});
+  EXPECT_EQ(sub_.miSubscribed, 3);
+  auto table = MakeTable({"Gone", std::string(128, 'C')});
+  EXPECT_FALSE(sub_.UnsubscribeTopics(nullptr, table.get(), 1));
+  EXPECT_FALSE(sub_.UnsubscribeTopics(subSock_, nullptr, 1));
+  EXPECT_FALSE(sub_.UnsubscribeTopics(subSock_, table.get(), 0));
+  EXPECT_FALSE(sub_.UnsubscribeTopics(subSock_, table.get(), -1));
+  EXPECT_TRUE(sub_.UnsubscribeTopics(subSock_, table.get(), 2));
+  EXPECT_EQ(sub_.miSubscribed, 3);
   ASSERT_TRUE(pub_.SendJson(pubSock_, tooLong.c_str(), "dropped"));
+  ASSERT_TRUE(pub_.SendJson(pubSock_, "Gone", "dropped"));
   ASSERT_TRUE(pub_.SendJson(pubSock_, longest.c_str(), "kept"));
-  ASSERT_TRUE(ReadDeliveries(1));
+  ASSERT_TRUE(ReadUntil([] { return !gDelivered.empty(); }));
   EXPECT_EQ(gDelivered[0].topic, longest);
   EXPECT_EQ(gDelivered[0].message, "kept");
 }
@@ -112,37 +113,28 @@ TEST_F(PubSubTest, EmptyTopicAcceptsEverything) {
   Connect({""});
   EXPECT_EQ(sub_.miSubscribed, 1);
   ASSERT_TRUE(pub_.SendJson(pubSock_, "AnyTopicAtAll", "{\"a\":1}"));
-  ASSERT_TRUE(ReadDeliveries(1));
+  ASSERT_TRUE(ReadUntil([] { return !gDelivered.empty(); }));
   EXPECT_EQ(gDelivered[0].topic, "AnyTopicAtAll");
   EXPECT_EQ(gDelivered[0].message, "{\"a\":1}");
 }
 
+// The reader returns the callback's result; a one-frame message reaches the
+// callback without a message; with nothing waiting the result is 0.
 TEST_F(PubSubTest, ReaderPassesCallbackResultAndMissingMessage) {
   Connect({mqtest::kSyncTopic, "T"});
-  struct Case {
-    bool twoFrames;
-    int callbackResult;
-  };
-  const Case cases[] = {{true, -1}, {true, 0}, {true, 42}, {false, 7}, {false, -1}};
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::to_string(c.callbackResult) + (c.twoFrames ? " two frames" : " one frame"));
+  for (const auto& [twoFrames, callbackResult] : {std::pair<bool, int>{true, 42}, {false, -1}}) {
+    SCOPED_TRACE(twoFrames ? "two frames" : "one frame");
     gDelivered.clear();
-    gResult = c.callbackResult;
-    if (c.twoFrames) {
-      ASSERT_TRUE(pub_.SendJson(pubSock_, "T", "payload"));
-    } else {
-      ASSERT_EQ(zstr_send(pubSock_, "T"), 0);
-    }
+    gResult = callbackResult;
+    ASSERT_TRUE(twoFrames ? pub_.SendJson(pubSock_, "T", "payload") : zstr_send(pubSock_, "T") == 0);
     int result = 0;
     ASSERT_TRUE(WaitUntil([&] {
       result = sub_.MessageReader(subSock_);
       return !gDelivered.empty();
     }));
-    EXPECT_EQ(result, c.callbackResult);
-    EXPECT_EQ(gDelivered[0].hasMessage, c.twoFrames);
-    if (c.twoFrames) {
-      EXPECT_EQ(gDelivered[0].message, "payload");
-    }
+    EXPECT_EQ(result, callbackResult);
+    EXPECT_EQ(gDelivered[0].hasMessage, twoFrames);
+    EXPECT_EQ(gDelivered[0].message, twoFrames ? "payload" : "");
   }
   EXPECT_EQ(sub_.MessageReader(subSock_), 0) << "nothing waiting";
 }
@@ -153,7 +145,6 @@ TEST_F(PubSubTest, ReaderWithoutCallbackLeavesMessageQueued) {
   ASSERT_TRUE(pub_.SendJson(pubSock_, "Queued", "x"));
   zpoller_t* poller = zpoller_new(subSock_, nullptr);
   ASSERT_NE(zpoller_wait(poller, 2000), nullptr);
-
   EXPECT_EQ(sub_.MessageReader(subSock_), 0);
   EXPECT_NE(zpoller_wait(poller, 0), nullptr) << "message was consumed";
   zpoller_destroy(&poller);
@@ -164,123 +155,84 @@ TEST_F(PubSubTest, ReaderWithoutCallbackLeavesMessageQueued) {
   EXPECT_EQ(gDelivered[0].topic, "Queued");
 }
 
-TEST_F(PubSubTest, UnsubscribeStopsTopicButKeepsCount) {
-  Connect({mqtest::kSyncTopic, "Gone", "Kept"});
-  auto table = MakeTable({"Gone", std::string(128, 'C')});
-  EXPECT_TRUE(sub_.UnsubscribeTopics(subSock_, table.get(), 2));
-  EXPECT_EQ(sub_.miSubscribed, 3);
-
-  EXPECT_FALSE(sub_.UnsubscribeTopics(nullptr, table.get(), 1));
-  EXPECT_FALSE(sub_.UnsubscribeTopics(subSock_, nullptr, 1));
-  EXPECT_FALSE(sub_.UnsubscribeTopics(subSock_, table.get(), 0));
-  EXPECT_FALSE(sub_.UnsubscribeTopics(subSock_, table.get(), -1));
-
-  ASSERT_TRUE(pub_.SendJson(pubSock_, "Gone", "1"));
-  ASSERT_TRUE(pub_.SendJson(pubSock_, "Kept", "2"));
-  ASSERT_TRUE(ReadDeliveries(1));
-  EXPECT_EQ(gDelivered[0].topic, "Kept");
-}
-
 // Wire form of the three senders, seen by a plain SUB.
 TEST(MqPubHandlerTest, SendersWireFrames) {
   MqPubHandler pub;
   zsock_t* pubSock = pub.BindMqOverIpc(kEndpoint, nullptr);
-  ASSERT_NE(pubSock, nullptr);
   zsock_t* sub = zsock_new_sub("ipc:///run/shm/mq/mqHandlerTest.ipc", "");
-  ASSERT_NE(sub, nullptr);
+  ASSERT_TRUE(pubSock != nullptr && sub != nullptr);
   ASSERT_TRUE(mqtest::SyncSubscriber(sub, [&] { pub.SendJson(pubSock, mqtest::kSyncTopic, ""); }));
-
   ASSERT_TRUE(pub.SendJson(pubSock, "DolbyProcStatus", "{\"Status\" : \"Decoding\"}"));
-  EXPECT_EQ(mqtest::RecvFrames(sub),
-            (std::vector<std::string>{"DolbyProcStatus", "{\"Status\" : \"Decoding\"}"}));
-  // All sync copies came before that message: the picture reads below see
-  // only what follows.
+  EXPECT_EQ(mqtest::RecvFrames(sub), (mqtest::Frames{"DolbyProcStatus", "{\"Status\" : \"Decoding\"}"}));
 
+  // All sync copies came before that message: the picture reads see only what follows.
   ASSERT_TRUE(pub.SendUint32(pubSock, "Count", 0x01020304u));
-  char* topic = nullptr;
-  uint32_t a = 0, b = 0;
-  ASSERT_EQ(zsock_recv(sub, "s4", &topic, &a), 0);
-  EXPECT_STREQ(topic, "Count");
-  EXPECT_EQ(a, 0x01020304u);
-  zstr_free(&topic);
-
   ASSERT_TRUE(pub.SendS44(pubSock, "Pair", 7u, 0xFFFFFFFFu));
-  ASSERT_EQ(zsock_recv(sub, "s44", &topic, &a, &b), 0);
-  EXPECT_STREQ(topic, "Pair");
-  EXPECT_EQ(a, 7u);
-  EXPECT_EQ(b, 0xFFFFFFFFu);
-  zstr_free(&topic);
+  char* topics[2] = {nullptr, nullptr};
+  uint32_t values[3] = {0, 0, 0};
+  ASSERT_EQ(zsock_recv(sub, "s4", &topics[0], &values[0]), 0);
+  ASSERT_EQ(zsock_recv(sub, "s44", &topics[1], &values[1], &values[2]), 0);
+  EXPECT_STREQ(topics[0], "Count");
+  EXPECT_STREQ(topics[1], "Pair");
+  EXPECT_THAT(values, testing::ElementsAre(0x01020304u, 7u, 0xFFFFFFFFu));
+  for (char*& topic : topics) zstr_free(&topic);
 
-  EXPECT_FALSE(pub.SendJson(nullptr, "t", "{}"));
-  EXPECT_FALSE(pub.SendJson(pubSock, nullptr, "{}"));
+  for (zsock_t* s : {static_cast<zsock_t*>(nullptr), pubSock}) {
+    const char* t = s == nullptr ? "t" : nullptr;  // a null socket, then a null topic
+    EXPECT_FALSE(pub.SendJson(s, t, "{}"));
+    EXPECT_FALSE(pub.SendUint32(s, t, 1));
+    EXPECT_FALSE(pub.SendS44(s, t, 1, 2));
+  }
   EXPECT_FALSE(pub.SendJson(pubSock, "t", nullptr));
-  EXPECT_FALSE(pub.SendUint32(nullptr, "t", 1));
-  EXPECT_FALSE(pub.SendUint32(pubSock, nullptr, 1));
-  EXPECT_FALSE(pub.SendS44(nullptr, "t", 1, 2));
-  EXPECT_FALSE(pub.SendS44(pubSock, nullptr, 1, 2));
-
   zsock_destroy(&sub);
   pub.DestroyMq(&pubSock);
-  EXPECT_EQ(pubSock, nullptr);
-  pub.DestroyMq(&pubSock);  // already closed
-  pub.DestroyMq(nullptr);
 }
 
-TEST(MqPubHandlerTest, RejectedArgumentsAndFailedBinds) {
+// A failed bind or connect returns null and closes a socket it created; a
+// socket handed in survives, stays the caller's and stays usable.
+TEST(MqHandlerTest, RejectedArgumentsAndFailedBindsAndConnects) {
   MqPubHandler pub;
-  zsock_t* own = zsock_new(ZMQ_PUB);
-  ASSERT_NE(own, nullptr);
-  const size_t baseline = SettledFdCount();
-
-  EXPECT_EQ(pub.BindMqOverIpc(nullptr, nullptr), nullptr);
-  EXPECT_EQ(pub.BindMqOverTcp(nullptr, 2100, nullptr), nullptr);
-  EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 0, nullptr), nullptr);
-  EXPECT_EQ(pub.BindMqOverUdp(kTcpHost, 2100, nullptr), nullptr);
-  EXPECT_EQ(pub.BindMqOverIpc(kTooLongName.c_str(), nullptr), nullptr);
-  EXPECT_EQ(pub.BindMqOverIpc("no-such-dir/x.ipc", nullptr), nullptr);
-  EXPECT_EQ(pub.BindMqOverTcp(kForeignHost, 2100, nullptr), nullptr);
-  EXPECT_TRUE(FdCountSettlesAtMost(baseline)) << "a socket created for a failed bind is still open";
-
-  // A socket handed in survives every failure and stays usable.
-  EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 0, own), nullptr);
-  EXPECT_EQ(pub.BindMqOverIpc(kTooLongName.c_str(), own), nullptr);
-  EXPECT_EQ(pub.BindMqOverTcp(kForeignHost, 2101, own), nullptr);
-  EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 2101, own), own);
-
-  // The port is now taken: a second bind fails.
-  EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 2101, nullptr), nullptr);
-  pub.DestroyMq(&own);
-  EXPECT_EQ(own, nullptr);
-}
-
-TEST(MqSubHandlerTest, RejectedArgumentsAndFailedConnects) {
   MqSubHandler sub;
   auto table = MakeTable({"A", "B"});
-  zsock_t* own = zsock_new(ZMQ_SUB);
-  ASSERT_NE(own, nullptr);
-  const size_t baseline = SettledFdCount();
-
-  EXPECT_EQ(sub.AddMqOverIpc(nullptr, table.get(), 2, nullptr), nullptr);
-  EXPECT_EQ(sub.AddMqOverTcp(nullptr, 2000, table.get(), 2, nullptr), nullptr);
-  EXPECT_EQ(sub.AddMqOverTcp(kTcpHost, 0, table.get(), 2, nullptr), nullptr);
-  EXPECT_EQ(sub.AddMqOverUdp(kTcpHost, 2000, table.get(), 2, nullptr), nullptr);
-  EXPECT_EQ(sub.AddMqOverIpc(kTooLongName.c_str(), table.get(), 2, nullptr), nullptr);
-  EXPECT_TRUE(FdCountSettlesAtMost(baseline)) << "a socket created for a failed connect is still open";
-
-  EXPECT_EQ(sub.AddMqOverIpc(kTooLongName.c_str(), table.get(), 2, own), nullptr);
+  zsock_t* ownPub = zsock_new(ZMQ_PUB);
+  zsock_t* ownSub = zsock_new(ZMQ_SUB);
+  ASSERT_TRUE(ownPub != nullptr && ownSub != nullptr);
+  const size_t baseline = mqtest::SettledFdCount();
+  for (const bool handedIn : {false, true}) {
+    SCOPED_TRACE(handedIn ? "socket handed in" : "socket created");
+    zsock_t* p = handedIn ? ownPub : nullptr;
+    zsock_t* s = handedIn ? ownSub : nullptr;
+    EXPECT_EQ(pub.BindMqOverIpc(nullptr, p), nullptr);
+    EXPECT_EQ(pub.BindMqOverTcp(nullptr, 2100, p), nullptr);
+    EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 0, p), nullptr);
+    EXPECT_EQ(pub.BindMqOverUdp(kTcpHost, 2100, p), nullptr);
+    EXPECT_EQ(pub.BindMqOverIpc(kTooLongName.c_str(), p), nullptr);
+    EXPECT_EQ(pub.BindMqOverIpc("no-such-dir/x.ipc", p), nullptr);
+    EXPECT_EQ(pub.BindMqOverTcp(kForeignHost, 2100, p), nullptr);
+    EXPECT_EQ(sub.AddMqOverIpc(nullptr, table.get(), 2, s), nullptr);
+    EXPECT_EQ(sub.AddMqOverTcp(nullptr, 2000, table.get(), 2, s), nullptr);
+    EXPECT_EQ(sub.AddMqOverTcp(kTcpHost, 0, table.get(), 2, s), nullptr);
+    EXPECT_EQ(sub.AddMqOverUdp(kTcpHost, 2000, table.get(), 2, s), nullptr);
+    EXPECT_EQ(sub.AddMqOverIpc(kTooLongName.c_str(), table.get(), 2, s), nullptr);
+    EXPECT_TRUE(mqtest::FdCountSettlesAtMost(baseline)) << "a socket created for a failure is still open";
+  }
   EXPECT_EQ(sub.miSubscribed, 0) << "nothing subscribed on a failed connect";
 
-  // Still the caller's, still usable; a missing table subscribes nothing.
-  EXPECT_EQ(sub.AddMqOverTcp(kTcpHost, 2000, nullptr, 2, own), own);
+  EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 2101, ownPub), ownPub);
+  EXPECT_EQ(pub.BindMqOverTcp(kTcpHost, 2101, nullptr), nullptr) << "the port is taken";
+  EXPECT_EQ(sub.AddMqOverTcp(kTcpHost, 2000, nullptr, 2, ownSub), ownSub);  // no table: nothing subscribed
   EXPECT_EQ(sub.miSubscribed, 0);
-  EXPECT_EQ(sub.AddMqOverIpc(kEndpoint, table.get(), 2, own), own);
+  EXPECT_EQ(sub.AddMqOverIpc(kEndpoint, table.get(), 2, ownSub), ownSub);
   EXPECT_EQ(sub.miSubscribed, 2);
-
   sub.mpCallback = Record;
   EXPECT_EQ(sub.MessageReader(nullptr), 0);
-  sub.DestroyMq(&own);
-  EXPECT_EQ(own, nullptr);
-  sub.DestroyMq(&own);  // already closed
+
+  for (int i = 0; i < 2; ++i) {  // the second round finds them closed already
+    pub.DestroyMq(&ownPub);
+    sub.DestroyMq(&ownSub);
+    EXPECT_TRUE(ownPub == nullptr && ownSub == nullptr);
+  }
+  pub.DestroyMq(nullptr);
   sub.DestroyMq(nullptr);
 }
 
@@ -289,12 +241,10 @@ TEST(SubHandlerTest, AddsOnTheMemberSocketAndSetsFlags) {
   SubHandler handler;
   EXPECT_FALSE(handler.AddMqOverIpc(kEndpoint, table.get(), 1)) << "no socket yet";
   EXPECT_FALSE(handler.AddMqOverTcp(kTcpHost, 2000, table.get(), 1));
-
   handler.mpSock = zsock_new(ZMQ_SUB);
   ASSERT_NE(handler.mpSock, nullptr);
   zsock_t* const sock = handler.mpSock;
   EXPECT_FALSE(handler.AddMqOverIpc(nullptr, table.get(), 1));
-  EXPECT_FALSE(handler.AddMqOverTcp(nullptr, 2000, table.get(), 1));
   EXPECT_FALSE(handler.AddMqOverTcp(kTcpHost, 0, table.get(), 1));
   EXPECT_FALSE(handler.AddMqOverIpc(kTooLongName.c_str(), table.get(), 1));
   EXPECT_FALSE(handler.IsConnected());

@@ -1,7 +1,7 @@
 #pragma once
-// Helpers for tests that talk to real sockets. A PUB drops everything sent
-// before a subscriber has joined, so tests first repeat a "sync" message until
-// it is seen and ignore late copies of it afterwards. Every wait is bounded.
+// Helpers for tests on real sockets. A PUB drops everything sent before a
+// subscriber has joined, so tests first repeat a "sync" message until it is
+// seen and skip late copies of it afterwards. Every wait is bounded.
 
 #include <czmq.h>
 #include <dirent.h>
@@ -17,21 +17,21 @@
 namespace mqtest {
 
 constexpr const char* kSyncTopic = "sync";
+using Frames = std::vector<std::string>;
 
-// Polls `done` every 5 ms, at most `tries` times.
+// Polls `done` every 5 ms, about three seconds at most.
 template <typename Pred>
-bool WaitUntil(Pred done, int tries = 600) {
-  for (int i = 0; i < tries; ++i) {
+bool WaitUntil(Pred done) {
+  for (int i = 0; i < 600; ++i) {
     if (done()) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
   return done();
 }
 
-// Every open ZeroMQ socket holds a descriptor of its own, so a socket that was
-// really destroyed shows up as one descriptor fewer once the library's reaper
-// thread ran. Sockets closed earlier may still be reaped meanwhile, which can
-// only lower the count: a leak is "more than before", never "not equal".
+// Every open ZeroMQ socket holds a descriptor, released by the library's
+// reaper thread after the close. Sockets closed earlier can only lower the
+// count meanwhile, so a leak is "more than before", never "not equal".
 inline size_t OpenFdCount() {
   size_t n = 0;
   if (DIR* dir = opendir("/proc/self/fd")) {
@@ -41,14 +41,16 @@ inline size_t OpenFdCount() {
   return n;
 }
 
-// The count once pending closures have been reaped (two equal samples).
+// The count once pending closures have been reaped: unchanged over 20
+// samples in a row.
 inline size_t SettledFdCount() {
   size_t last = OpenFdCount();
+  int same = 0;
   WaitUntil([&] {
     const size_t now = OpenFdCount();
-    const bool same = (now == last);
+    same = now == last ? same + 1 : 0;
     last = now;
-    return same;
+    return same >= 20;
   });
   return last;
 }
@@ -57,7 +59,7 @@ inline bool FdCountSettlesAtMost(size_t expected) {
   return WaitUntil([&] { return OpenFdCount() <= expected; });
 }
 
-// A zeroed topic table of `count` 128-character entries.
+// A zeroed table of 128-character topic entries.
 inline std::unique_ptr<char[][128]> MakeTable(const std::vector<std::string>& topics) {
   auto table = std::make_unique<char[][128]>(topics.size());
   for (size_t i = 0; i < topics.size(); ++i) {
@@ -66,24 +68,22 @@ inline std::unique_ptr<char[][128]> MakeTable(const std::vector<std::string>& to
   return table;
 }
 
-inline std::vector<std::string> Frames(zmsg_t* msg) {
-  std::vector<std::string> frames;
-  for (zframe_t* f = zmsg_first(msg); f != nullptr; f = zmsg_next(msg)) {
+// The next message on `sub` as frames; empty when none arrives within `ms`.
+inline Frames Next(zsock_t* sub, int ms) {
+  zsock_set_rcvtimeo(sub, ms);
+  zmsg_t* msg = zmsg_recv(sub);
+  Frames frames;
+  for (zframe_t* f = msg ? zmsg_first(msg) : nullptr; f != nullptr; f = zmsg_next(msg)) {
     frames.emplace_back(reinterpret_cast<const char*>(zframe_data(f)), zframe_size(f));
   }
+  zmsg_destroy(&msg);
   return frames;
 }
 
-// Next message on `sub` other than a sync copy, as frames; empty when nothing
-// arrives within about two seconds.
-inline std::vector<std::string> RecvFrames(zsock_t* sub) {
-  zsock_set_rcvtimeo(sub, 2000);
-  for (int i = 0; i < 100; ++i) {
-    zmsg_t* msg = zmsg_recv(sub);
-    if (msg == nullptr) return {};
-    std::vector<std::string> frames = Frames(msg);
-    zmsg_destroy(&msg);
-    if (!frames.empty() && frames[0] != kSyncTopic) return frames;
+// The next message other than a sync copy, within about two seconds each.
+inline Frames RecvFrames(zsock_t* sub) {
+  for (Frames frames = Next(sub, 2000); !frames.empty(); frames = Next(sub, 2000)) {
+    if (frames[0] != kSyncTopic) return frames;
   }
   return {};
 }
@@ -91,13 +91,9 @@ inline std::vector<std::string> RecvFrames(zsock_t* sub) {
 // Calls `sendSync` until a sync message shows up on `sub` (subscribed to it).
 template <typename Send>
 bool SyncSubscriber(zsock_t* sub, Send sendSync) {
-  zsock_set_rcvtimeo(sub, 10);
   for (int i = 0; i < 300; ++i) {
     sendSync();
-    zmsg_t* msg = zmsg_recv(sub);
-    if (msg == nullptr) continue;
-    std::vector<std::string> frames = Frames(msg);
-    zmsg_destroy(&msg);
+    const Frames frames = Next(sub, 10);
     if (!frames.empty() && frames[0] == kSyncTopic) return true;
   }
   return false;
