@@ -16,12 +16,17 @@ scripts/install-deps.sh
 jobs="$(nproc)"
 if [ "$mode" = "sanitize" ]; then
   dir="build-asan"
-  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=Debug -DPLOVREST_SANITIZE=ON -DPLOVREST_BUILD_BENCHMARKS=OFF
+  options=(-DCMAKE_BUILD_TYPE=Debug -DPLOVREST_SANITIZE=ON -DPLOVREST_BUILD_BENCHMARKS=OFF)
   export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
   export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
 else
   dir="build"
-  cmake -S . -B "$dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo
+  options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)
+fi
+# Configure once: a second pkg-config pass reorders libzmq's include flags and
+# would rebuild everything. CMake reconfigures by itself when a list changes.
+if [ ! -f "$dir/CMakeCache.txt" ]; then
+  cmake -S . -B "$dir" "${options[@]}"
 fi
 cmake --build "$dir" -j"$jobs"
 ctest --test-dir "$dir" --output-on-failure -j"$jobs"
