@@ -1,16 +1,13 @@
+// System-status and process-table messages from the process monitor.
 #include "JsonParseHbMonMessages.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
 
-#include "ConsoleLog.h"
+#include "ControlTestSupport.h"
 
 namespace {
-
-bool Contains(const std::string& text, const std::string& part) {
-  return text.find(part) != std::string::npos;
-}
 
 class SysStatusTest : public testing::Test {
  protected:
@@ -33,30 +30,24 @@ class SysStatusTest : public testing::Test {
   bool changed = false;
 };
 
+// "Okay..." sets the system status; with the check on, a decoder state
+// starting "Processing" sets the detection. A change of detection is
+// reported, logged as the expression text itself.
 TEST_F(SysStatusTest, SystemAndDecoderStatus) {
-  struct Case {
-    const char* json;
-    bool checkDolby, dolbyBefore;
-    bool sys, dolby;
-  };
-  const Case cases[] = {
+  const struct { const char* json; bool checkDolby, dolbyBefore, sys, dolby; } cases[] = {
       {R"({"SystemStatus":"Okay"})", true, true, true, false},
       {R"({"SystemStatus":"Okay, all up"})", true, false, true, false},
-      {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing DD+"}})", true, false, true,
-       true},
+      {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing DD+"}})", true, false, true, true},
       {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})", true, true, true, true},
       {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processin"}})", true, true, true, false},
       {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":1}})", true, true, true, false},
       {R"({"SystemStatus":"Okay","DolbyDecoder":"Processing"})", true, true, true, false},
-      {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})", false, false, true,
-       false},
-      {R"({"SystemStatus":"Fault","DolbyDecoder":{"State":"Processing"}})", true, false, false,
-       false},
+      {R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})", false, false, true, false},
+      {R"({"SystemStatus":"Fault","DolbyDecoder":{"State":"Processing"}})", true, false, false, false},
       {R"({"SystemStatus":"Oka"})", true, true, false, true},
   };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(std::string(c.json) + (c.checkDolby ? " checked" : "") +
-                 (c.dolbyBefore ? " was detected" : ""));
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.json) + (c.checkDolby ? " checked" : "") + (c.dolbyBefore ? " was detected" : ""));
     const std::string err = Parse(c.json, c.checkDolby, false, !c.sys, c.dolbyBefore);
     const bool flipped = c.dolby != c.dolbyBefore;
     EXPECT_TRUE(result);
@@ -65,20 +56,17 @@ TEST_F(SysStatusTest, SystemAndDecoderStatus) {
     EXPECT_EQ(changed, flipped);
     const std::string json = c.json;  // the status text follows {"SystemStatus":"
     const std::string status = json.substr(17, json.find('"', 17) - 17);
-    EXPECT_TRUE(Contains(err, "JsonParseHbMonMessages.cpp|")) << err;
-    EXPECT_TRUE(Contains(err, "|\"Got System status " + status + (c.sys ? " 1.\"" : " 0.\"")))
-        << err;
-    EXPECT_EQ(Contains(err, R"(|detected_now ? "Dolby decoder detected." : )"
-                            R"("Dolby decoder no longer processing.")"),
-              flipped)
-        << err;
+    EXPECT_TRUE(Contains(err, "|WARN|JsonParseHbMonMessages.cpp|")) << err;
+    EXPECT_TRUE(Contains(err, "|\"Got System status " + status + (c.sys ? " 1.\"" : " 0.\""))) << err;
+    EXPECT_EQ(Contains(err, R"(|detected_now ? "Dolby decoder detected." : "Dolby decoder no longer processing.")"),
+              flipped) << err;
   }
 }
 
 TEST_F(SysStatusTest, NonStringStatusChangesNothing) {
   for (bool before : {false, true}) {
-    const std::string err = Parse(R"({"SystemStatus":1,"DolbyDecoder":{"State":"Processing"}})",
-                                  true, !before, before, before);
+    const std::string err =
+        Parse(R"({"SystemStatus":1,"DolbyDecoder":{"State":"Processing"}})", true, !before, before, before);
     EXPECT_TRUE(result);
     EXPECT_FALSE(changed);
     EXPECT_EQ(cJsonParseSysStatus::mbSysStatus, before);
@@ -89,8 +77,7 @@ TEST_F(SysStatusTest, NonStringStatusChangesNothing) {
 
 TEST_F(SysStatusTest, UnusableMessageFallsBackToTheDefault) {
   const char* malformed = R"({"SystemStatus":"Okay")";
-  const char* inputs[] = {malformed, nullptr, R"(["Okay"])", R"({"Status":"Okay"})"};
-  for (const char* json : inputs) {
+  for (const char* json : {malformed, static_cast<const char*>(nullptr), R"(["Okay"])", R"({"Status":"Okay"})"}) {
     for (bool def : {false, true}) {
       SCOPED_TRACE(std::string(json ? json : "(null)") + (def ? " default 1" : " default 0"));
       const std::string err = Parse(json, true, def, !def, true);
@@ -98,29 +85,29 @@ TEST_F(SysStatusTest, UnusableMessageFallsBackToTheDefault) {
       EXPECT_FALSE(changed);
       EXPECT_EQ(cJsonParseSysStatus::mbSysStatus, def);
       EXPECT_TRUE(cJsonParseSysStatus::mbDolbyDecoderDetected);
-      EXPECT_TRUE(Contains(err, std::string("|\"Failed to parse message setting default to ") +
-                                    (def ? "1\"" : "0\"")))
+      EXPECT_TRUE(Contains(err, std::string("|\"Failed to parse message setting default to ") + (def ? "1\"" : "0\"")))
           << err;
-      EXPECT_EQ(Contains(err, std::string("|\"Not a valid json string ") + malformed + ".\""),
-                json == malformed)
+      EXPECT_EQ(Contains(err, std::string("|\"Not a valid json string ") + malformed + ".\""), json == malformed)
           << err;
     }
   }
 }
 
+// "State" wins over "LogLevel"; wrongly typed members keep their defaults;
+// a later entry replaces the earlier one whole; unparsable text changes
+// nothing. The result is that of the last entry parsed.
 TEST(HbStatusTest, ProcessTable) {
   cJsonParseHbStatus table;
   EXPECT_TRUE(table.ParseHbStatus(
       R"({"FpMeters":{"MissedHb":2,"Version":"v1.2","LogLevel":"DEBUG","State":"Running"},)"
       R"("FpMenu":{"MissedHb":"3","Version":5,"LogLevel":"INFO","State":null}})"));
   auto meters = table.GetHBObj("FpMeters");
-  ASSERT_NE(meters, nullptr);
+  auto menu = table.GetHBObj("FpMenu");
+  ASSERT_TRUE(meters != nullptr && menu != nullptr);
   EXPECT_EQ(meters->mName, "FpMeters");
   EXPECT_EQ(meters->mMissedHb, 2);
   EXPECT_EQ(meters->mVersion, "v1.2");
   EXPECT_STREQ(table.GetAppState("FpMeters"), "Running");
-  auto menu = table.GetHBObj("FpMenu");
-  ASSERT_NE(menu, nullptr);
   EXPECT_EQ(menu->mMissedHb, 0);
   EXPECT_EQ(menu->mVersion, "");
   EXPECT_STREQ(table.GetAppState("FpMenu"), "INFO");
@@ -128,24 +115,20 @@ TEST(HbStatusTest, ProcessTable) {
   EXPECT_EQ(table.GetHBObj("FpOther"), nullptr);
   EXPECT_EQ(table.GetAppState("FpOther"), nullptr);
 
-  // A later entry replaces the earlier one whole; unparsable text changes nothing.
   EXPECT_TRUE(table.ParseHbStatus(R"({"FpMeters":{"Version":"v2"}})"));
   EXPECT_EQ(table.GetHBObj("FpMeters")->mMissedHb, 0);
   EXPECT_STREQ(table.GetAppState("FpMeters"), "");
   EXPECT_FALSE(table.ParseHbStatus(R"({"FpMeters":{"State":"Down"})"));
   EXPECT_EQ(table.GetHBObj("FpMeters")->mVersion, "v2");
   EXPECT_EQ(meters->mVersion, "v1.2");  // holders of the old entry keep it
-}
 
-TEST(HbStatusTest, ResultIsThatOfTheLastEntry) {
-  const std::pair<const char*, bool> cases[] = {
+  const std::pair<const char*, bool> results[] = {
       {R"({"FpMeters":{},"FpMenu":7})", false}, {R"({"FpMeters":[],"FpMenu":{}})", true},
       {R"({"FpMeters":"x"})", false},          {R"({"Other":{}})", false},
       {"[]", false},                           {nullptr, false},
   };
-  for (const auto& [json, expected] : cases) {
-    SCOPED_TRACE(json ? json : "(null)");
-    EXPECT_EQ(cJsonParseHbStatus().ParseHbStatus(json), expected);
+  for (const auto& [json, expected] : results) {
+    EXPECT_EQ(cJsonParseHbStatus().ParseHbStatus(json), expected) << (json ? json : "(null)");
   }
 }
 

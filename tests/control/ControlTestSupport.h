@@ -1,12 +1,14 @@
 #pragma once
 // Routes the process logger to the console so tests can capture its lines
-// (Warn and above go to stderr, Info and Debug to stdout).
+// (Warn and above go to stderr, Info and Debug to stdout), and hands out the
+// heartbeat client logging at every level.
 
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <string>
 
+#include "HeartBeater.h"
 #include "Logger.h"
 
 inline Logger* UseConsoleLogger() {
@@ -17,6 +19,10 @@ inline Logger* UseConsoleLogger() {
     snprintf(logger->mName, sizeof(logger->mName), "%s", "CtlTest");
   }
   return logger;
+}
+
+inline bool Contains(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
 }
 
 // Captures stdout and stderr from construction until Out() or Err() is called.
@@ -41,4 +47,23 @@ class ConsoleCapture {
   }
   bool mDone = false;
   std::string mOut, mErr;
+};
+
+class HeartBeaterFixture : public testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_NE(UseConsoleLogger(), nullptr);
+    hb = cHeartBeater::GetInstance();
+    ASSERT_NE(hb, nullptr);
+    cHeartBeater::mLogLevel = MSG_LEVEL_DEBUG;
+    hb->CloseMq();
+    hb->mbVersionSet = false;
+  }
+  void TearDown() override { hb->CloseMq(); }
+
+  static constexpr const char* kRecord =
+      R"({"HbKey":"PlovrestDaemon","Version":"Tessaly-v0.0.65","State":1})";
+  bool SetRecord() { return hb->SetHeartBeatJson("PlovrestDaemon", "Tessaly-v0.0.65", PROCESS_STATUS_RUNNING); }
+
+  cHeartBeater* hb = nullptr;
 };
