@@ -1,6 +1,6 @@
 #pragma once
-// Records filled field by field, the renderer's text, and a few builders for
-// the expected documents, which are written out by hand in the tests.
+// Records filled field by field, the renderer's text, and builders for the
+// expected documents, which are written out by hand in the tests.
 
 #include <gtest/gtest.h>
 
@@ -8,6 +8,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <rapidjson/document.h>
 
@@ -40,6 +41,13 @@ inline std::string Render(const kv_dolby_metadata_t& rec, long now = kNow) {
   return std::string(renderer.GetString(), renderer.GetSize());
 }
 
+// Whether the rendered text holds `part` verbatim: an item with its key,
+// title, typed data and description, or any other run of the document.
+inline ::testing::AssertionResult Shows(const std::string& text, const std::string& part) {
+  if (text.find(part) != std::string::npos) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "missing " << part << "\n in " << text;
+}
+
 // The rendered document, parsed; fails the test when the text is not JSON.
 inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata_t& rec) {
   auto doc = std::make_unique<rapidjson::Document>();
@@ -50,8 +58,8 @@ inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata
   return doc;
 }
 
-// Member key of obj, or a static null value when missing (the test then
-// fails on the value it expected).
+// Member key of obj (element i of an array), or a static null value when
+// missing: the test then fails on the value it expected.
 inline const rapidjson::Value& At(const rapidjson::Value& obj, const char* key) {
   static const rapidjson::Value kMissing;
   if (!obj.IsObject()) return kMissing;
@@ -74,6 +82,12 @@ inline std::string Text(const rapidjson::Value& v) { return v.IsString() ? v.Get
 
 inline std::string Q(const std::string& s) { return "\"" + s + "\""; }
 
+inline std::string Join(const std::vector<std::string>& parts) {
+  std::string out;
+  for (const std::string& p : parts) out += (out.empty() ? "" : ",") + p;
+  return out;
+}
+
 // "key":{"Title":title,"Data":data,"Desc":desc}, data given as JSON text.
 inline std::string Item(const std::string& key, const std::string& title, const std::string& data,
                         const std::string& desc) {
@@ -82,6 +96,11 @@ inline std::string Item(const std::string& key, const std::string& title, const 
 
 // "ExData":[{items}]
 inline std::string ExData(const std::string& items) { return "\"ExData\":[{" + items + "}]"; }
+
+// "StatusInfo":{"Title":"Status Information","Data":0,"Desc":"","ExData":[{items}]}
+inline std::string StatusInfo(const std::string& items) {
+  return "\"StatusInfo\":{\"Title\":\"Status Information\",\"Data\":0,\"Desc\":\"\"," + ExData(items) + "}";
+}
 
 // {"key":{"Title":title,"Data":index,"Desc":desc,"ExData":[{items}]}}
 inline std::string Section(const std::string& key, const std::string& title, unsigned index,
