@@ -101,41 +101,6 @@ TEST(DecStatusDocumentTest, ChannelConfigurationLists) {
   }
 }
 
-// AC-4: the active presentation (the first one when the active index is
-// past the count) decides the Atmos flag; at most 16 are counted.
-TEST(DecStatusDocumentTest, Ac4TopLevelFollowsTheActivePresentation) {
-  const struct { uint8_t count, active; int atmosAt; uint32_t atmosDecode; const char* top; } cases[] = {
-      {3, 1, 1, 1, "\"NoOfPrograms\":3,\"CurrentProgram\":2,\"NoOfStreams\":3,\"IsAtmosPresent\":true"},
-      {3, 1, 1, 0, "\"NoOfPrograms\":3,\"CurrentProgram\":2,\"NoOfStreams\":3,\"IsAtmosPresent\":false"},
-      {3, 1, 0, 1, "\"NoOfPrograms\":3,\"CurrentProgram\":2,\"NoOfStreams\":3,\"IsAtmosPresent\":false"},
-      {3, 3, 0, 1, "\"NoOfPrograms\":3,\"CurrentProgram\":1,\"NoOfStreams\":3,\"IsAtmosPresent\":true"},
-      {20, 17, 0, 1, "\"NoOfPrograms\":16,\"CurrentProgram\":1,\"NoOfStreams\":16,\"IsAtmosPresent\":true"},
-      {20, 15, 15, 1, "\"NoOfPrograms\":16,\"CurrentProgram\":16,\"NoOfStreams\":16,\"IsAtmosPresent\":true"},
-      {0, 0, 0, 1, "\"NoOfPrograms\":0,\"CurrentProgram\":0,\"NoOfStreams\":0,\"IsAtmosPresent\":false"},
-  };
-  for (const auto& c : cases) {
-    auto rec = NewRecord(24, 3);
-    rec->atmosDecode = c.atmosDecode;
-    rec->md.ac4.presentationCount = c.count;
-    rec->md.ac4.activePresentation = c.active;
-    for (auto& p : rec->md.ac4.presentations) p.atmosIndication = 1;
-    rec->md.ac4.presentations[c.atmosAt].atmosIndication = 2;
-    EXPECT_TRUE(Shows(Render(*rec), c.top)) << int(c.count) << "/" << int(c.active);
-  }
-}
-
-// ED2: a second stream only when object audio is both present and decoded.
-TEST(DecStatusDocumentTest, Ed2TopLevelCountsTheObjectPair) {
-  for (const auto& [atmosDecode, atmosPresent] : {std::pair<uint32_t, uint16_t>{1, 1}, {1, 0}, {0, 1}, {0, 0}}) {
-    auto rec = NewRecord(60, 2);
-    rec->atmosDecode = atmosDecode;
-    rec->md.ed2.atmosPresent = atmosPresent;
-    const bool pair = atmosDecode && atmosPresent;
-    EXPECT_TRUE(Shows(Render(*rec), std::string("\"NoOfPrograms\":0,\"CurrentProgram\":0,\"NoOfStreams\":") +
-                                         (pair ? "2,\"IsAtmosPresent\":true" : "1,\"IsAtmosPresent\":false")));
-  }
-}
-
 // Records are compared from offset 52 over the significant length of the
 // new record's block; the header never counts.
 TEST(DecStatusDocumentTest, RequireUpdateComparesTheSignificantBlockBytes) {

@@ -1,4 +1,5 @@
-// Ends of the AC-4 code tables and what a code past them shows.
+// Ends of the AC-4 code tables and what a code past them shows; codes the
+// status document tests show are left to them.
 
 #include <gtest/gtest.h>
 
@@ -29,7 +30,6 @@ TEST(Ac4PadUiTest, TableEndsAndFallbacks) {
       {ChannelConfig(3), "5.1.4"},
       {ChannelConfig(4), "Unknown"},
       {SpeakerConfig(0), "Stereo"},
-      {SpeakerConfig(2), "5.1.4"},
       {SpeakerConfig(3), "5.1.2"},
       {SpeakerConfig(6), "5.1.4"},
       {SpeakerConfig(7), "Unknown"},
@@ -39,11 +39,8 @@ TEST(Ac4PadUiTest, TableEndsAndFallbacks) {
       {LoudnessRegulation(1, 14), "Manual"},
       {LoudnessRegulation(1, 15), "Customer leveler"},
       {LoudnessRegulation(1, 16), "Reserved"},
-      {LoudnessRegulation(0, 1), "Not present"},
-      {DrcDecoderModeName(3), "Portable headphones"},
       {DrcDecoderModeName(4), "Reserved"},
       {DrcDecoderModeName(8), "Reserved"},
-      {StereoDmxGain(-1), "Not present"},
       {StereoDmxGain(INT_MIN), "Not present"},
       {StereoDmxGain(0), "3.0 dB"},
       {StereoDmxGain(7), "-inf dB"},
@@ -51,16 +48,12 @@ TEST(Ac4PadUiTest, TableEndsAndFallbacks) {
       {CdmxGain(1, 0), "0.0 dB"},
       {CdmxGain(1, 7), "-inf dB"},
       {CdmxGain(1, 8), "Unknown"},
-      {CdmxGain(0, 0), "Not present"},
       {PreferredDownmix(3), "Pro Logic II"},
       {PreferredDownmix(4), "Not present"},
-      {DialogMaxGain(0), "Disabled"},
-      {DialogMaxGain(4), "12.0 dB"},
       {DialogMaxGain(5), "Disabled"},
       {SubstreamDeMaxGain(1, 1), "3.0 dB"},
       {SubstreamDeMaxGain(1, 0), "Disabled"},
       {SubstreamDeMaxGain(1, 5), "Disabled"},
-      {SubstreamDeMaxGain(0, 4), "Disabled"},
   };
   for (std::size_t i = 0; i < sizeof cases / sizeof cases[0]; ++i) {
     EXPECT_EQ(cases[i].got, cases[i].expected) << "case " << i;

@@ -46,45 +46,26 @@ std::string Document(int streams, bool atmos, const std::string& entries) {
          entries + "]}}";
 }
 
-TEST(Ed2StatusTest, ObjectAudioNotDecodedGivesOneEntry) {
-  auto rec = NewEd2Record();
-  rec->inputType = SYS_INPUT_TYPE_AES;
-  rec->dzPair = 2;
-  rec->atmosDecode = 1;
-  rec->md.ed2.atmosPresent = 0;
-  EXPECT_EQ(render_test::Render(*rec),
-            Document(1, false, StreamEntry("0", "Disabled", "1", "AES", "2")));
-
-  // Present in the stream but not decoded: still one entry.
-  rec->atmosDecode = 0;
-  rec->md.ed2.atmosPresent = 1;
-  EXPECT_EQ(render_test::Render(*rec),
-            Document(1, false, StreamEntry("0", "Disabled", "1", "AES", "2")));
-}
-
-TEST(Ed2StatusTest, ObjectPairAddsASecondEntryForTheNextPair) {
-  auto rec = NewEd2Record();
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 3;
-  rec->atmosDecode = 1;
-  rec->md.ed2.atmosPresent = 1;
-  EXPECT_EQ(render_test::Render(*rec),
-            Document(2, true,
-                     StreamEntry("1", "Enabled", "2", "SDI", "3") + "," +
-                         StreamEntry("1", "Enabled", "2", "SDI", "4")));
-  EXPECT_TRUE(cPADMetadataJsonDecStatus::Ed2HasObjectPair(*rec));
-}
-
-TEST(Ed2StatusTest, NoInputTypeGivesPairZeroInBothEntries) {
-  auto rec = NewEd2Record();
-  rec->inputType = SYS_INPUT_TYPE_NONE;
-  rec->dzPair = 3;
-  rec->atmosDecode = 1;
-  rec->md.ed2.atmosPresent = 1;
-  EXPECT_EQ(render_test::Render(*rec),
-            Document(2, true,
-                     StreamEntry("1", "Enabled", "0", "AES", "0") + "," +
-                         StreamEntry("1", "Enabled", "0", "AES", "0")));
+// Object audio present and decoded adds a second entry for the next pair;
+// without an input type both entries show pair 0.
+TEST(Ed2StatusTest, WholeDocuments) {
+  const struct { SysInputType_e input; uint32_t atmosDecode; uint16_t atmosPresent; std::string expected; } cases[] = {
+      {SYS_INPUT_TYPE_AES, 1, 0, Document(1, false, StreamEntry("0", "Disabled", "1", "AES", "2"))},
+      {SYS_INPUT_TYPE_AES, 0, 1, Document(1, false, StreamEntry("0", "Disabled", "1", "AES", "2"))},
+      {SYS_INPUT_TYPE_SDI, 1, 1,
+       Document(2, true, StreamEntry("1", "Enabled", "2", "SDI", "3") + "," + StreamEntry("1", "Enabled", "2", "SDI", "4"))},
+      {SYS_INPUT_TYPE_NONE, 1, 1,
+       Document(2, true, StreamEntry("1", "Enabled", "0", "AES", "0") + "," + StreamEntry("1", "Enabled", "0", "AES", "0"))},
+  };
+  for (const auto& c : cases) {
+    auto rec = NewEd2Record();
+    rec->inputType = c.input;
+    rec->dzPair = c.input == SYS_INPUT_TYPE_AES ? 2 : 3;
+    rec->atmosDecode = c.atmosDecode;
+    rec->md.ed2.atmosPresent = c.atmosPresent;
+    EXPECT_EQ(render_test::Render(*rec), c.expected);
+    EXPECT_EQ(cPADMetadataJsonDecStatus::Ed2HasObjectPair(*rec), c.atmosDecode && c.atmosPresent);
+  }
 }
 
 TEST(Ed2StatusTest, ProgramConfigStopsAtItsFieldWidth) {
