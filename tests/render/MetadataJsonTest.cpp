@@ -98,22 +98,6 @@ TEST(MetadataJsonTest, OnlyRootOperationsTurnTheRootIntoAnObject) {
   EXPECT_EQ(json.Text(), R"({"s":"t"})");
 }
 
-TEST(MetadataJsonTest, AddArrayMemberCreatesOnceAndLeavesOtherTypesAlone) {
-  Json json;
-  json.AddUpdateIntegerMember("n", 3);
-  json.AddArrayMember("list");
-  json.AddArrayMember("list");
-  json.AddArrayMember("n");
-  Value inner(rapidjson::kObjectType);
-  json.AddArrayMemberInObject("x", inner);
-  json.AddArrayMemberInObject("x", inner);
-  Value notObject(5);
-  json.AddArrayMemberInObject("x", notObject);
-  EXPECT_EQ(inner.MemberCount(), 1u);
-  EXPECT_TRUE(notObject.IsInt());
-  EXPECT_EQ(json.Text(), R"({"n":3,"list":[]})");
-}
-
 // Names match exactly; AddStringMember appends a duplicate name, and an
 // update then changes the first member of that name.
 TEST(MetadataJsonTest, NamesMatchExactlyAndDuplicatesUpdateTheFirst) {
@@ -133,7 +117,10 @@ TEST(MetadataJsonTest, NamesMatchExactlyAndDuplicatesUpdateTheFirst) {
   EXPECT_EQ(dup.Text(), R"({"k":9,"k":"two"})");
 }
 
-TEST(MetadataJsonTest, ItemUnderANonObjectKeyIsLeftAlone) {
+// An item under a key that holds no object is left alone; the item key is
+// copied into the document; a float-factor item has four members in order
+// and is updated in place.
+TEST(MetadataJsonTest, ItemRules) {
   Json json;
   json.AddUpdateIntegerMember("Item", 5);
   std::string title("T"), desc("D");
@@ -142,14 +129,6 @@ TEST(MetadataJsonTest, ItemUnderANonObjectKeyIsLeftAlone) {
   Value notObject(rapidjson::kArrayType);
   json.AddUpdateObjectMember<int>(title, 1, desc, notObject);
   EXPECT_TRUE(notObject.Empty());
-  EXPECT_EQ(json.Text(), R"({"Item":5})");
-}
-
-// The item key is copied into the document; a float-factor item has four
-// members in order and is updated in place.
-TEST(MetadataJsonTest, ItemKeysAreCopiedAndFloatFactorItemsHaveFourMembers) {
-  Json json;
-  std::string title("T"), desc("D");
   char key[] = "Temporary";
   json.AddUpdateObjectMemberToObject<bool>(key, title, true, desc, json.Doc());
   key[0] = 'X';
@@ -157,19 +136,35 @@ TEST(MetadataJsonTest, ItemKeysAreCopiedAndFloatFactorItemsHaveFourMembers) {
   json.AddUpdateObjectMemberToObjectWithFloatFactor("G", gain, 15, 10, db, json.Doc());
   db = "2.0 dB";
   json.AddUpdateObjectMemberToObjectWithFloatFactor("G", gain, 20, 10, db, json.Doc());
-  EXPECT_EQ(json.Text(), R"({"Temporary":{"Title":"T","Data":true,"Desc":"D"},)"
+  EXPECT_EQ(json.Text(), R"({"Item":5,"Temporary":{"Title":"T","Data":true,"Desc":"D"},)"
                          R"("G":{"Title":"Gain","Data":20,"FFactor":10,"Desc":"2.0 dB"}})");
 }
 
-TEST(MetadataJsonTest, RootObjectMemberFindsCreatesAndRepairs) {
+// Arrays are created once and never replace a member of another type;
+// RootObjectMember finds an object member, or creates one, replacing a
+// member of another type.
+TEST(MetadataJsonTest, ArrayAndObjectMembersOfTheRoot) {
   Json json;
+  json.AddUpdateIntegerMember("n", 3);
+  json.AddArrayMember("list");
+  json.AddArrayMember("list");
+  json.AddArrayMember("n");
+  Value inner(rapidjson::kObjectType);
+  json.AddArrayMemberInObject("x", inner);
+  json.AddArrayMemberInObject("x", inner);
+  Value notObject(5);
+  json.AddArrayMemberInObject("x", notObject);
+  EXPECT_EQ(inner.MemberCount(), 1u);
+  EXPECT_TRUE(notObject.IsInt());
+  EXPECT_EQ(json.Text(), R"({"n":3,"list":[]})");
+
   json.AddUpdateIntegerMember("Block", 1);
   Value* block = json.RootObjectMember("Block");
   ASSERT_NE(block, nullptr);
   json.AddUpdateMember("in", 2, *block);
   EXPECT_EQ(json.RootObjectMember("Block"), block);
   ASSERT_NE(json.RootObjectMember("Other"), nullptr);
-  EXPECT_EQ(json.Text(), R"({"Block":{"in":2},"Other":{}})");
+  EXPECT_EQ(json.Text(), R"({"n":3,"list":[],"Block":{"in":2},"Other":{}})");
 }
 
 TEST(MetadataJsonTest, NonFiniteNumberEndsTheTextWhereItStands) {
