@@ -1,32 +1,18 @@
 // Rendering and serialising one decoder record into the status document, for
 // a typical and a worst-case record of each stream kind.
 
-#include <benchmark/benchmark.h>
-
 #include <cstring>
 #include <memory>
 
 #include "PADMetadataJsonDecStatus.h"
-#include "Record/DolbyMetadataRecord.h"
+#include "RenderBench.h"
 
 namespace {
 
-std::unique_ptr<kv_dolby_metadata_t> NewRecord(int typeId, uint32_t mdType) {
-  auto rec = std::make_unique<kv_dolby_metadata_t>();
-  std::memset(rec.get(), 0, sizeof *rec);
-  rec->protoVer = kRecordProtoVersion;
-  rec->typeId = typeId;
-  rec->mdType = static_cast<dlb_padc_ui_md_type_t>(mdType);
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 2;
-  rec->speakerConfig = 4;
-  return rec;
-}
-
-std::unique_ptr<kv_dolby_metadata_t> PcmRecord() { return NewRecord(stream_type::kPcm, 0); }
+std::unique_ptr<kv_dolby_metadata_t> PcmRecord() { return BenchRecord(stream_type::kPcm, 0); }
 
 std::unique_ptr<kv_dolby_metadata_t> DdpRecord(bool objects) {
-  auto rec = NewRecord(stream_type::kDolbyDigitalPlus, DLB_PADC_UI_MD_TYPE_DDP);
+  auto rec = BenchRecord(stream_type::kDolbyDigitalPlus, DLB_PADC_UI_MD_TYPE_DDP);
   dlb_padc_ui_md_ddp_s& d = rec->md.ddp;
   d.datarate = 640;
   d.acmod = 7;
@@ -56,7 +42,7 @@ std::unique_ptr<kv_dolby_metadata_t> DdpRecord(bool objects) {
 }
 
 std::unique_ptr<kv_dolby_metadata_t> DolbyERecord(uint8_t programCount) {
-  auto rec = NewRecord(stream_type::kDolbyE, DLB_PADC_UI_MD_TYPE_DOLBYE);
+  auto rec = BenchRecord(stream_type::kDolbyE, DLB_PADC_UI_MD_TYPE_DOLBYE);
   dlb_padc_ui_md_dolbye_s& e = rec->md.dolbye;
   e.frameRate = 2500;
   e.bitDepth = 20;
@@ -76,17 +62,9 @@ std::unique_ptr<kv_dolby_metadata_t> DolbyERecord(uint8_t programCount) {
 }
 
 void RenderRecord(benchmark::State& state, std::unique_ptr<kv_dolby_metadata_t> rec) {
-  cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
-  if (renderer == nullptr) {
-    state.SkipWithError("no renderer");
-    return;
-  }
   long now = 1700000000;
-  for (auto _ : state) {
-    renderer->PrepareMetadataJson(*rec, ++now);
-    benchmark::DoNotOptimize(renderer->GetString());
-  }
-  state.counters["bytes"] = static_cast<double>(renderer->GetSize());
+  TimeRendering(state, cPADMetadataJsonDecStatus::GetInstance(),
+                [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, ++now); });
 }
 
 void BM_RenderPcm(benchmark::State& state) { RenderRecord(state, PcmRecord()); }

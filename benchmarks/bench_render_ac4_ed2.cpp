@@ -1,15 +1,13 @@
 // Rendering and serialising the largest AC-4 status document and the largest
 // ED2 presentation and object document.
 
-#include <benchmark/benchmark.h>
-
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "MetadataJsonPaData.h"
 #include "PADMetadataJsonDecStatus.h"
-#include "Record/DolbyMetadataRecord.h"
+#include "RenderBench.h"
 
 namespace {
 
@@ -24,15 +22,9 @@ void Fill(char (&field)[N], const char* prefix, unsigned index) {
   if (written > 0 && static_cast<std::size_t>(written) < N - 1) field[written] = 'x';
 }
 
-std::unique_ptr<kv_dolby_metadata_t> NewRecord(int typeId, dlb_padc_ui_md_type_t mdType) {
-  auto rec = std::make_unique<kv_dolby_metadata_t>();
-  std::memset(rec.get(), 0, sizeof *rec);
-  rec->protoVer = kRecordProtoVersion;
-  rec->typeId = typeId;
-  rec->mdType = mdType;
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 1;
-  rec->speakerConfig = 4;
+// Object audio decoded: the largest documents.
+std::unique_ptr<kv_dolby_metadata_t> AtmosRecord(int typeId, dlb_padc_ui_md_type_t mdType) {
+  auto rec = BenchRecord(typeId, mdType);
   rec->atmosDecode = 1;
   return rec;
 }
@@ -40,7 +32,7 @@ std::unique_ptr<kv_dolby_metadata_t> NewRecord(int typeId, dlb_padc_ui_md_type_t
 // 16 presentations with every optional field present and 64 substream ids,
 // 64 substreams, all texts at their full width.
 std::unique_ptr<kv_dolby_metadata_t> LargestAc4Record() {
-  auto rec = NewRecord(stream_type::kAc4, DLB_PADC_UI_MD_TYPE_AC4);
+  auto rec = AtmosRecord(stream_type::kAc4, DLB_PADC_UI_MD_TYPE_AC4);
   dlb_padc_ui_md_ac4_s& ac4 = rec->md.ac4;
   ac4.averageBitrate = 96000;
   ac4.upperBitrate = 128000;
@@ -102,7 +94,7 @@ std::unique_ptr<kv_dolby_metadata_t> LargestAc4Record() {
 // 16 presentations, each with all 9 beds (17 speakers, 16 sources each) and
 // all 16 dynamic objects.
 std::unique_ptr<kv_dolby_metadata_t> LargestEd2Record() {
-  auto rec = NewRecord(stream_type::kEd2, DLB_PADC_UI_MD_TYPE_ED2);
+  auto rec = AtmosRecord(stream_type::kEd2, DLB_PADC_UI_MD_TYPE_ED2);
   dlb_padc_ui_md_ed2_s& ed2 = rec->md.ed2;
   ed2.frameRate = 2500;
   ed2.atmosPresent = 1;
@@ -146,43 +138,22 @@ std::unique_ptr<kv_dolby_metadata_t> LargestEd2Record() {
 
 void BM_Ac4StatusLargest(benchmark::State& state) {
   const auto rec = LargestAc4Record();
-  cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
-  if (renderer == nullptr) {
-    state.SkipWithError("no renderer");
-    return;
-  }
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(renderer->PrepareMetadataJson(*rec, kNow));
-  }
-  state.counters["doc_bytes"] = static_cast<double>(renderer->GetSize());
+  TimeRendering(state, cPADMetadataJsonDecStatus::GetInstance(),
+                [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, kNow); });
 }
 BENCHMARK(BM_Ac4StatusLargest)->Unit(benchmark::kMicrosecond);
 
 void BM_Ed2StatusTwoPairs(benchmark::State& state) {
   const auto rec = LargestEd2Record();
-  cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
-  if (renderer == nullptr) {
-    state.SkipWithError("no renderer");
-    return;
-  }
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(renderer->PrepareMetadataJson(*rec, kNow));
-  }
-  state.counters["doc_bytes"] = static_cast<double>(renderer->GetSize());
+  TimeRendering(state, cPADMetadataJsonDecStatus::GetInstance(),
+                [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, kNow); });
 }
 BENCHMARK(BM_Ed2StatusTwoPairs)->Unit(benchmark::kMicrosecond);
 
 void BM_Ed2PresentationsLargest(benchmark::State& state) {
   const auto rec = LargestEd2Record();
-  cMetadataJsonPaData* renderer = cMetadataJsonPaData::GetInstance();
-  if (renderer == nullptr) {
-    state.SkipWithError("no renderer");
-    return;
-  }
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(renderer->PreparePaMetadataJson(*rec, true, kNow));
-  }
-  state.counters["doc_bytes"] = static_cast<double>(renderer->GetSize());
+  TimeRendering(state, cMetadataJsonPaData::GetInstance(),
+                [&](cMetadataJsonPaData& r) { r.PreparePaMetadataJson(*rec, true, kNow); });
 }
 BENCHMARK(BM_Ed2PresentationsLargest)->Unit(benchmark::kMicrosecond);
 

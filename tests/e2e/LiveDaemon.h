@@ -11,6 +11,7 @@
 #include "DaemonHarness.h"
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
+#include "RecordFactory.h"
 
 namespace e2e {
 
@@ -27,15 +28,6 @@ inline bool IsTopic(const Message& m, const char* name) { return m.topic == name
 inline std::string WithoutTs(const std::string& doc) {
   static const std::regex ts("^\\{\"TS\":[0-9]+,?");
   return std::regex_replace(doc, ts, "{");
-}
-
-inline std::unique_ptr<kv_dolby_metadata_t> NewRecord(int32_t typeId, uint32_t mdType) {
-  auto rec = std::make_unique<kv_dolby_metadata_t>();
-  std::memset(rec.get(), 0, sizeof *rec);
-  rec->protoVer = kRecordProtoVersion;
-  rec->typeId = typeId;
-  rec->mdType = static_cast<dlb_padc_ui_md_type_t>(mdType);
-  return rec;
 }
 
 class LiveDaemon : public testing::Test {

@@ -14,20 +14,13 @@
 
 #include "PADMetadataJsonDecStatus.h"
 #include "Record/DolbyMetadataRecord.h"
+#include "RecordFactory.h"
 
 namespace render_test {
 
 constexpr long kNow = 1700000000;
 
-// A zeroed record of protocol version 19.
-inline std::unique_ptr<kv_dolby_metadata_t> NewRecord(int typeId, uint32_t mdType) {
-  auto rec = std::make_unique<kv_dolby_metadata_t>();
-  std::memset(rec.get(), 0, sizeof *rec);
-  rec->protoVer = kRecordProtoVersion;
-  rec->typeId = typeId;
-  rec->mdType = static_cast<dlb_padc_ui_md_type_t>(mdType);
-  return rec;
-}
+using ::NewRecord;
 
 inline cPADMetadataJsonDecStatus& Renderer() {
   cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
