@@ -92,7 +92,14 @@ TEST_P(ScenarioReject, SaysWhere) {
   EXPECT_THAT(error, HasSubstr(GetParam().expected));
 }
 
+// Nesting is parsed without recursion and bounded: a megabyte of brackets is
+// a syntax error, not a stack overflow; 65 levels are refused by name.
+const std::string kMegabyteOfBrackets(1 << 20, '[');
+const std::string kTooDeep = R"({"record":{"raw":)" + std::string(63, '[') + std::string(63, ']') + "}}";
+
 const BadScenario kBadScenarios[] = {
+    {"MegabyteOfBrackets", kMegabyteOfBrackets.c_str(), "line 1, column 1048577: "},
+    {"TooDeep", kTooDeep.c_str(), "nested deeper than 64 levels"},
     {"Syntax", "{\n  \"record\": {\n    \"typeId\": 16\n    \"mdType\": 1\n  }\n}", "line 4, column 5: Missing a comma"},
     {"NotAnObject", "[1]", "a scenario is a JSON object, found an array"},
     {"UnknownTopLevel", R"({"record":{},"loop":true})", "loop: unknown field"},

@@ -147,6 +147,31 @@ TEST(Views, TableAndPrettyFollowTheSummaryLine) {
   EXPECT_THAT(tap::SummaryLine(odd), HasSubstr("[3 frames]"));
 }
 
+// The decoder's texts reach the documents byte for byte: bytes that are not
+// UTF-8, and control characters, are shown as \xNN in every view for people
+// and keep a JSON line valid JSON; valid UTF-8 is left alone.
+TEST(Views, ShowBytesThatAreNotUtf8) {
+  const struct {
+    std::string in, shown;
+  } rows[] = {
+      {"English \xc3\xa9\xe2\x82\xac", "English \xc3\xa9\xe2\x82\xac"},
+      {"\xc0\xaf eng", "\\xC0\\xAF eng"},  // overlong
+      {"\xff\xff\xff", "\\xFF\\xFF\\xFF"},
+      {"cut \xe2\x82", "cut \\xE2\\x82"},  // truncated at the end
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(tap::VisibleText(row.in), row.shown);
+    const tap::Message m{topic::kDolbyPAData, R"({"ActivePAName":")" + row.in + R"("})", 0, 2};
+    EXPECT_THAT(tap::FormatMessage(m, tap::View::Table), HasSubstr(row.shown + "\n"));
+    const auto line = ParseDoc(tap::JsonLine(m));
+    EXPECT_EQ(line.HasMember("payload"), row.in == row.shown) << row.shown;
+    if (row.in != row.shown) {
+      EXPECT_THAT(line["text"].GetString(), HasSubstr(row.shown));
+    }
+  }
+  EXPECT_EQ(tap::VisibleText("\x1b[2Jclear\ttab\x7f\n"), "\\x1B[2Jclear\ttab\\x7F\n");
+}
+
 TEST(JsonLine, CarriesTopicSizeAndParsedPayload) {
   const auto doc = ParseDoc(tap::JsonLine({topic::kDolbyPAData, R"({"TS":5,"NoPresentations":0})", 12.5, 2}));
   EXPECT_EQ(doc["topic"].GetString(), std::string("DolbyPAData>>"));

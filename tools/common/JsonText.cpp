@@ -1,11 +1,14 @@
 #include "common/JsonText.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <sstream>
+#include <utility>
+#include <vector>
 
 #include <sys/stat.h>
 
@@ -16,9 +19,37 @@
 
 namespace tools {
 
+namespace {
+
+// Depth of the deepest array or object in `root` (a scalar counts 0), walked
+// with an explicit stack.
+int NestingDepth(const rapidjson::Value& root) {
+  std::vector<std::pair<const rapidjson::Value*, int>> pending{{&root, 0}};
+  int deepest = 0;
+  while (!pending.empty()) {
+    const auto [value, depth] = pending.back();
+    pending.pop_back();
+    if (value->IsArray()) {
+      deepest = std::max(deepest, depth + 1);
+      for (const auto& element : value->GetArray()) pending.emplace_back(&element, depth + 1);
+    } else if (value->IsObject()) {
+      deepest = std::max(deepest, depth + 1);
+      for (const auto& member : value->GetObject()) pending.emplace_back(&member.value, depth + 1);
+    }
+  }
+  return deepest;
+}
+
+}  // namespace
+
 bool ParseJsonText(const std::string& text, rapidjson::Document& doc, std::string& error) {
-  doc.Parse(text.c_str(), text.size());
-  if (!doc.HasParseError()) return true;
+  doc.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
+  if (!doc.HasParseError()) {
+    if (NestingDepth(doc) <= kMaxJsonDepth) return true;
+    error = "nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";
+    doc.SetNull();
+    return false;
+  }
   const std::size_t offset = doc.GetErrorOffset();
   std::size_t line = 1, column = 1;
   for (std::size_t i = 0; i < offset && i < text.size(); ++i) {

@@ -9,8 +9,16 @@
 
 namespace tools {
 
-// Parses `text` into `doc`. On a syntax error returns false and sets `error`
-// to "line L, column C: <reason>".
+// Deepest nesting of arrays and objects a tool accepts: far more than any
+// scenario or document needs, little enough for the recursive walks
+// (writers, table rows) that follow a parse.
+constexpr int kMaxJsonDepth = 64;
+
+// Parses `text` into `doc` without recursion, so no input can overflow the
+// stack, and with full precision, so that a float's shortest text reads back
+// as the same float. On a syntax error returns false and sets `error` to
+// "line L, column C: <reason>"; a document nested deeper than kMaxJsonDepth
+// is refused too ("nested deeper than 64 levels").
 bool ParseJsonText(const std::string& text, rapidjson::Document& doc, std::string& error);
 
 std::string CompactJson(const rapidjson::Value& value);

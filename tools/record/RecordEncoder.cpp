@@ -130,9 +130,13 @@ class Writer {
     float f = 0;
     if (v.IsNumber()) {
       const double d = v.GetDouble();
-      if (std::fabs(d) > FLT_MAX)
+      // The shortest text of FLT_MAX ("3.4028235e38") reads back as a double
+      // a little above it that still rounds to FLT_MAX; only what rounds to
+      // infinity is out of range.
+      const double limit = std::ldexp(1.0, 128) - std::ldexp(1.0, 103);  // FLT_MAX + half a step
+      if (!(std::fabs(d) < limit))
         return Fail(path + ": " + CompactJson(v) + " is out of range for a 32-bit float");
-      f = static_cast<float>(d);
+      f = std::fabs(d) <= FLT_MAX ? static_cast<float>(d) : d > 0 ? FLT_MAX : -FLT_MAX;
     } else if (v.IsString()) {
       const std::string s = v.GetString();
       if (s == "nan") {

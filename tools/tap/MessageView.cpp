@@ -5,6 +5,8 @@
 #include <ctime>
 
 #include <rapidjson/document.h>
+#include <rapidjson/encodings.h>
+#include <rapidjson/memorystream.h>
 
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
@@ -27,9 +29,30 @@ bool IsText(const std::string& s) {
 // A decoder record rather than a document that happens to have its size.
 bool IsRecord(const std::string& payload) { return payload.size() == kRecordSize && payload[0] != '{'; }
 
+// Output stream for UTF-8 validation, which only needs to read.
+struct Discard {
+  void Put(char) {}
+};
+
+// Length of the valid UTF-8 character that starts `text` at `at`, or 0.
+std::size_t Utf8Length(const std::string& text, std::size_t at) {
+  rapidjson::MemoryStream in(text.data() + at, text.size() - at);
+  Discard out;
+  return rapidjson::UTF8<>::Validate(in, out) ? in.Tell() : 0;
+}
+
+bool IsUtf8(const std::string& text) {
+  for (std::size_t i = 0; i < text.size();) {
+    const std::size_t length = Utf8Length(text, i);
+    if (length == 0) return false;
+    i += length;
+  }
+  return true;
+}
+
 bool ParseDocument(const std::string& payload, rapidjson::Document& doc) {
-  doc.Parse(payload.c_str(), payload.size());
-  return !doc.HasParseError();
+  std::string error;
+  return tools::ParseJsonText(payload, doc, error);
 }
 
 std::string Member(const Value& obj, const char* name) {
@@ -119,8 +142,27 @@ std::string SummaryLine(const Message& m) {
   return line;
 }
 
+std::string VisibleText(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (std::size_t i = 0; i < text.size();) {
+    const unsigned char c = static_cast<unsigned char>(text[i]);
+    const std::size_t length = c < 0x80 ? 1 : Utf8Length(text, i);
+    if (length > 1 || (c >= 0x20 && c < 0x7f) || c == '\n' || c == '\t') {
+      out.append(text, i, length);
+      i += length;
+    } else {
+      char escaped[5];
+      std::snprintf(escaped, sizeof escaped, "\\x%02X", c);
+      out += escaped;
+      ++i;
+    }
+  }
+  return out;
+}
+
 std::string FormatMessage(const Message& m, View view) {
-  std::string text = SummaryLine(m) + "\n";
+  std::string text = VisibleText(SummaryLine(m)) + "\n";
   if (view == View::Summary) return text;
   if (view == View::Raw) {
     if (IsText(m.payload)) return text + m.payload + "\n";
@@ -128,11 +170,11 @@ std::string FormatMessage(const Message& m, View view) {
   }
   rapidjson::Document doc;
   if (!ParseDocument(m.payload, doc)) {
-    if (IsText(m.payload)) text += m.payload + "\n";
+    if (IsText(m.payload)) text += VisibleText(m.payload) + "\n";
     return text;
   }
-  if (view == View::Pretty) return text + tools::PrettyJson(doc) + "\n";
-  return text + FormatTable(TableRows(doc));
+  if (view == View::Pretty) return text + VisibleText(tools::PrettyJson(doc)) + "\n";
+  return text + VisibleText(FormatTable(TableRows(doc)));
 }
 
 std::string JsonLine(const Message& m) {
@@ -153,10 +195,11 @@ std::string JsonLine(const Message& m) {
     record.AddMember("mdType", static_cast<unsigned>(header.mdType), a);
     line.AddMember("binary", true, a);
     line.AddMember("record", record, a);
-  } else if (ParseDocument(m.payload, payload)) {
+  } else if (IsUtf8(m.payload) && ParseDocument(m.payload, payload)) {
     line.AddMember("payload", Value(payload, a), a);
   } else if (IsText(m.payload)) {
-    line.AddMember("text", Value(m.payload.c_str(), static_cast<rapidjson::SizeType>(m.payload.size()), a), a);
+    const std::string text = VisibleText(m.payload);
+    line.AddMember("text", Value(text.c_str(), static_cast<rapidjson::SizeType>(text.size()), a), a);
   } else {
     line.AddMember("binary", true, a);
   }

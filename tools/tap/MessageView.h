@@ -26,13 +26,21 @@ std::string Gist(const Message& message);
 std::string SummaryLine(const Message& message);
 
 // The summary line, followed for the table, pretty and raw views by the
-// payload in that form.
+// payload in that form. Raw gives the payload's bytes as received; the other
+// views go through VisibleText.
 std::string FormatMessage(const Message& message, View view);
 
 // {"time":..,"topic":..,"size":..,"payload":<JSON>} ("text" for a payload
-// that is not JSON, "binary":true for one that is not text; a decoder
-// record also gets its "record" header fields).
+// that is not JSON or not valid UTF-8, written through VisibleText so that
+// the line stays valid JSON; "binary":true for one that is not text; a
+// decoder record also gets its "record" header fields).
 std::string JsonLine(const Message& message);
+
+// `text` as a terminal can show it: each byte that is not part of valid UTF-8,
+// and each control character but line feed and tab, is written as "\xNN".
+// The decoder's text fields reach the documents byte for byte, so a
+// presentation name can hold any bytes.
+std::string VisibleText(const std::string& text);
 
 // The payload without its "TS" member, for comparing successive documents.
 std::string WithoutTimestamp(const std::string& payload);
