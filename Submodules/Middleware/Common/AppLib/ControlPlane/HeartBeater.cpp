@@ -170,7 +170,7 @@ int cHeartBeater::ParseAppCommand(const char* json) {
   if (json == nullptr) return -1;
   try {
     rapidjson::Document doc;
-    doc.Parse(json);
+    doc.Parse<rapidjson::kParseIterativeFlag>(json);
     if (doc.HasParseError() || !doc.IsObject()) return -1;
     auto it = doc.FindMember("Command");
     if (it == doc.MemberEnd() || !it->value.IsInt()) return -1;

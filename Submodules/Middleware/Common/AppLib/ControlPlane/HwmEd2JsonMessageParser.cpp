@@ -31,7 +31,7 @@ bool HwmEd2JsonMessageParser::ParseJsonStr(const char* json) {
   if (json == nullptr) return false;
   try {
     rapidjson::Document doc;
-    doc.Parse(json);
+    doc.Parse<rapidjson::kParseIterativeFlag>(json);
     if (doc.HasParseError() || !doc.IsObject()) return false;
 
     // Every valid member is kept, even when another one is missing.

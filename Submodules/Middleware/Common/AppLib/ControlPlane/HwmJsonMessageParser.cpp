@@ -86,7 +86,7 @@ bool HwmJsonMessageParser::ParseJsonStr(const char* json, int slot) {
   if (json == nullptr) return false;
   try {
     rapidjson::Document doc;
-    doc.Parse(json);
+    doc.Parse<rapidjson::kParseIterativeFlag>(json);
     if (doc.HasParseError() || !doc.IsObject()) return false;
 
     // A message for another card, or without a usable slot, leaves the record.

@@ -41,7 +41,7 @@ bool cJsonParseSysStatus::ParseSysStatus(const char* json, bool checkDolby, bool
   if (json != nullptr) {
     try {
       rapidjson::Document doc;
-      doc.Parse(json);
+      doc.Parse<rapidjson::kParseIterativeFlag>(json);
       if (doc.HasParseError()) {
         LOG_AT(cJsonParseSysStatus, Error, MSG_LEVEL_ERROR, "\"Not a valid json string %s.\"",
                json);
@@ -109,7 +109,7 @@ bool cJsonParseHbStatus::ParseHbStatus(const char* json) {
   bool result = false;
   try {
     rapidjson::Document doc;
-    doc.Parse(json);
+    doc.Parse<rapidjson::kParseIterativeFlag>(json);
     if (doc.HasParseError() || !doc.IsObject()) return false;
     for (const char* name : {"FpMeters", "FpMenu"}) {
       auto it = doc.FindMember(name);
