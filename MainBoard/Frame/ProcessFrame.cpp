@@ -13,6 +13,7 @@
 #include <ctime>
 #include <thread>
 
+#include "AltSignalStack.h"
 #include "Frame/ProcessState.h"
 #include "HeartBeater.h"
 #include "Logger.h"
@@ -140,7 +141,13 @@ void signal_handler_sigsegv(int sig) {
 
 void InstallSignalHandlers() {
   signal(SIGTERM, signal_handler);
-  signal(SIGSEGV, signal_handler_sigsegv);
+  // On the thread's own signal stack, so that a stack overflow still ends
+  // with status 11.
+  struct sigaction segv {};
+  segv.sa_handler = signal_handler_sigsegv;
+  segv.sa_flags = SA_ONSTACK;
+  sigemptyset(&segv.sa_mask);
+  sigaction(SIGSEGV, &segv, nullptr);
   signal(SIGINT, signal_handler);
   signal(SIGILL, signal_handler);
   signal(SIGABRT, signal_handler);
@@ -217,6 +224,7 @@ int RunDaemon(int argc, char** argv) {
   initPubs(slot);
   addSubs(slot);
   initHeartBeat();
+  const cAltSignalStack signalStack;
   InstallSignalHandlers();
 
   gpDlbStatusSubx = new cDlbStatusSubx();

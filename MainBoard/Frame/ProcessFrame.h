@@ -8,6 +8,9 @@ bool ParseCommandLine(int argc, char** argv, int* slot, const char** interfaceNa
 
 void signal_handler(int sig);
 void signal_handler_sigsegv(int sig);
+// SIGTERM, SIGINT, SIGILL, SIGABRT, SIGFPE → signal_handler; SIGSEGV →
+// signal_handler_sigsegv, run on the thread's alternate signal stack when it
+// has one (cAltSignalStack), so that even a stack overflow exits with 11.
 void InstallSignalHandlers();
 
 // One-second tick hook: forwards a pending republish request, nothing else.

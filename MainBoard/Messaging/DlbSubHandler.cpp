@@ -53,6 +53,7 @@ void cDlbSubHandler::Init() {
     mbConnectedOverTcp = false;
   }
   mpSock = zsock_new(ZMQ_SUB);
+  if (mpSock != nullptr) zsock_set_maxmsgsize(mpSock, static_cast<int>(mq::kMaxControlMessageBytes));
 }
 
 int mqReader(const char* topic, const char* message) {

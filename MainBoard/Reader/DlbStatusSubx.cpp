@@ -10,6 +10,7 @@
 #include <cstring>
 #include <ctime>
 
+#include "AltSignalStack.h"
 #include "Frame/ProcessState.h"
 #include "JsonParseHbMonMessages.h"
 #include "Logger.h"
@@ -156,6 +157,7 @@ struct ReaderPass {
 }  // namespace
 
 void cDlbStatusSubx::DecStatusReader() {
+  const cAltSignalStack signalStack;  // a stack overflow here also exits with 11
   const pthread_t self = pthread_self();
   const unsigned long id = static_cast<unsigned long>(self);
   int policy = 0;
@@ -172,6 +174,7 @@ void cDlbStatusSubx::DecStatusReader() {
   LOG_AT(cDlbStatusSubx, Info, 20, "\"Dolby Metadata Status thread out of wait %d.\"", waited);
 
   zsock_t* sub = zsock_new(ZMQ_SUB);
+  if (sub != nullptr) zsock_set_maxmsgsize(sub, static_cast<int>(mq::kMaxDecoderFrameBytes));
   zpoller_t* poller = sub != nullptr ? zpoller_new(sub, nullptr) : nullptr;
   mDecoderWaitTimer.SetTimeout(kDecoderWaitMs);  // stopped: counts as timed out
   mbConnected = false;

@@ -7,7 +7,9 @@
 
 #include <csignal>
 
+#include "AltSignalStack.h"
 #include "DaemonHarness.h"
+#include "Frame/ProcessFrame.h"
 
 using harness::DaemonProcess;
 using harness::Ms;
@@ -115,6 +117,27 @@ TEST(DaemonProcess, SegmentationFaultExitsWithElevenAndNoSignalLine) {
   daemon.Signal(SIGSEGV);
   EXPECT_EQ(daemon.WaitExit(Ms(3000)), 11);
   EXPECT_THAT(daemon.Stdout(), Not(HasSubstr("SignalValue")));
+}
+
+// A stack overflow leaves no stack to run a handler on: the handler runs on
+// the thread's signal stack, so the designed exit status still comes.
+volatile bool gKeepRecursing = true;
+
+int Recurse(int depth) {
+  volatile char frame[512];
+  frame[0] = static_cast<char>(depth);
+  if (!gKeepRecursing) return frame[0];
+  return Recurse(depth + 1) + frame[0];
+}
+
+TEST(DaemonProcess, StackOverflowStillExitsWithEleven) {
+  EXPECT_EXIT(
+      {
+        const cAltSignalStack stack;
+        InstallSignalHandlers();
+        Recurse(0);
+      },
+      testing::ExitedWithCode(11), "");
 }
 
 TEST(DaemonProcess, StartUpLinesReachTheLogSinkAsJsonRecords) {

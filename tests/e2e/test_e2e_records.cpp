@@ -6,6 +6,7 @@
 #include <random>
 
 #include "LiveDaemon.h"
+#include "MqEndpoints.h"
 #include "Render/PADMetadataJsonDecStatus.h"
 
 namespace e2e {
@@ -112,6 +113,10 @@ TEST_F(LiveDaemon, DropsRecordsItCannotUse) {
   harness::SendBytes(peers->decoder, topic::kDolbyMetadataEvent, other.get(), 3);
   harness::SendBytes(peers->decoder, topic::kDolbyMetadataEvent, "", 0);
   zstr_send(peers->decoder, topic::kDolbyMetadataEvent);
+  // A frame over the subscription's size limit is refused, record or not.
+  std::vector<uint8_t> huge(mq::kMaxDecoderFrameBytes + 1, 0);
+  std::memcpy(huge.data(), other.get(), kRecordSize);
+  harness::SendBytes(peers->decoder, topic::kDolbyMetadataEvent, huge.data(), huge.size());
 
   auto doc = Next(topic::kDolbyMetadataGrp, Ms(1000));
   EXPECT_FALSE(doc.has_value()) << doc->payload;

@@ -4,6 +4,9 @@
 #include <gmock/gmock.h>
 
 #include <random>
+#include <thread>
+
+#include "MqEndpoints.h"
 
 #include "LiveDaemon.h"
 
@@ -36,6 +39,52 @@ TEST_F(LiveDaemon, MalformedAndWrongTypedControlMessagesAreSurvived) {
   auto rec = NewRecord(stream_type::kDolbyDigitalPlus, 1);
   EXPECT_TRUE(PublishUntilDocument(*rec).has_value());
   EXPECT_TRUE(daemon->Running());
+}
+
+// Huge and deeply nested messages on every subscribed control topic: the
+// daemon refuses them (or parses them without recursion), keeps publishing,
+// and still stops cleanly on SIGTERM.
+TEST_F(LiveDaemon, HugeAndDeeplyNestedControlMessagesAreSurvived) {
+  // A message over the size limit is refused before any parser sees it: a
+  // zoom switch, valid but padded, sent over a working connection leaves
+  // decoding off.
+  ZoomOn();
+  auto notDecoding = [](const Message& m) {
+    return m.topic == topic::kDolbyProcStatus && m.payload.find("\"Not Decoding\"") != std::string::npos;
+  };
+  ASSERT_TRUE(harness::SendUntil([&] { SendHwm(topic::kHwmDolbyDecodeStop); }, peers->out, Ms(8000), notDecoding));
+  harness::Send(peers->hwm, topic::kHwmDlbZoom, std::string(mq::kMaxControlMessageBytes, ' ') + "{}");
+  std::this_thread::sleep_for(Ms(500));
+  Drain();
+  const auto state = Next(topic::kDolbyProcStatus);
+  ASSERT_TRUE(state.has_value());
+  EXPECT_TRUE(notDecoding(*state)) << state->payload;
+  ZoomOn();
+  std::string nestedObjects;
+  for (int i = 0; i < (1 << 20) / 5; ++i) nestedObjects += R"({"a":)";
+  const std::string payloads[] = {std::string(1 << 20, '['), nestedObjects,
+                                  '"' + std::string(16 << 20, 'x') + '"', std::string(60000, '[')};
+  const struct {
+    zsock_t* peer;
+    const char* topic;
+  } targets[] = {{peers->hwm, topic::kHwmDlbZoomVideoLines}, {peers->hwm, topic::kHwmSignalStatus},
+                 {peers->hwm, topic::kHwmDlbZoom},           {peers->hwm, topic::kHwmDolbyPreset},
+                 {peers->hwm, topic::kHwmDolbyDecodeStop},   {peers->hbMon, topic::kHbSysStatusEvent},
+                 {peers->hbMon, topic::kHbProcsStatus},      {peers->hbMon, topic::kHbAppCmd},
+                 {peers->appServer, topic::kAppPresetConfiguration},
+                 {peers->appServer, "AnyTopicThroughTheEmptySubscription"}};
+  for (const auto& target : targets)
+    for (const auto& payload : payloads) harness::Send(target.peer, target.topic, payload);
+
+  const std::string processing = R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})";
+  harness::Send(peers->hbMon, topic::kHbSysStatusEvent, processing);
+  ZoomOn();
+  auto rec = NewRecord(stream_type::kDolbyDigitalPlus, 1);
+  EXPECT_TRUE(PublishUntilDocument(*rec).has_value());
+  ASSERT_TRUE(daemon->Running());
+  daemon->Signal(SIGTERM);
+  EXPECT_EQ(daemon->WaitExit(Ms(3000)), 0);
+  EXPECT_THAT(daemon->Stdout(), testing::EndsWith("SignalValue: 15\n"));
 }
 
 TEST_F(LiveDaemon, PeersThatComeAndGoAreReconnected) {

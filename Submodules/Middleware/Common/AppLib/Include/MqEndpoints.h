@@ -27,4 +27,11 @@ constexpr const char* kDlbMetadataPubIpc = "dlbMetadataPub.ipc";
 
 constexpr int kTopicLen = 128;  // one topic-table entry, terminator included
 
+// Largest message part the subscriptions take. A valid control message is a
+// few hundred bytes and a decoder record 33,704 bytes; a larger part makes
+// libzmq close that peer's connection (a subscriber reconnects by itself),
+// without a log line, so a peer cannot exhaust memory or flood the log.
+constexpr long kMaxControlMessageBytes = 64 * 1024;
+constexpr long kMaxDecoderFrameBytes = 64 * 1024;
+
 }  // namespace mq
