@@ -181,6 +181,7 @@ void MessageReaderLoop() {
   int heartBeatCounter = 0;
   for (;;) {
     if (pDlbSubs->IsConnected()) {
+      pDlbSubs->RestoreDroppedPeers();
       const int result = pDlbSubs->MessageReader(pDlbSubs->mpSock);
       if (result == -1) break;
       SleepNs(result != 0 ? 10000L : 10000000L);

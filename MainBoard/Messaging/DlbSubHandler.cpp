@@ -41,6 +41,7 @@ cDlbSubHandler* cDlbSubHandler::GetInstance() {
 
 void cDlbSubHandler::DeleteInstance() {
   if (mpSub == nullptr) return;
+  mpSub->mReconnect.Stop();
   mpSub->DestroyMq(&mpSub->mpSock);
   delete mpSub;
   mpSub = nullptr;
@@ -48,12 +49,15 @@ void cDlbSubHandler::DeleteInstance() {
 
 void cDlbSubHandler::Init() {
   if (mbConnectedOverIpc || mbConnectedOverTcp || mpSock != nullptr) {
+    mReconnect.Stop();
     DestroyMq(&mpSock);
     mbConnectedOverIpc = false;
     mbConnectedOverTcp = false;
   }
   mpSock = zsock_new(ZMQ_SUB);
-  if (mpSock != nullptr) zsock_set_maxmsgsize(mpSock, static_cast<int>(mq::kMaxControlMessageBytes));
+  if (mpSock == nullptr) return;
+  zsock_set_maxmsgsize(mpSock, static_cast<int>(mq::kMaxControlMessageBytes));
+  mReconnect.Watch(mpSock, "control");
 }
 
 int mqReader(const char* topic, const char* message) {

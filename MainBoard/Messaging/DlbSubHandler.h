@@ -2,6 +2,7 @@
 // The main thread's one SUB socket: application server, hardware monitor and
 // process monitor, with the topic tables the daemon listens to.
 
+#include "MqPeerReconnect.h"
 #include "MqSubHandler.h"
 
 class Logger;
@@ -11,8 +12,14 @@ class cDlbSubHandler : public SubHandler {
   static cDlbSubHandler* GetInstance();
   static void DeleteInstance();
 
-  // Drops any previous socket and creates a fresh SUB socket.
+  // Drops any previous socket and creates a fresh SUB socket that refuses
+  // messages over mq::kMaxControlMessageBytes and is watched for peers
+  // dropped for that reason.
   void Init();
+
+  // Connects again every peer dropped since the last call for a refused
+  // message; returns how many. Main thread only.
+  int RestoreDroppedPeers() { return mReconnect.Poll(); }
 
   static cDlbSubHandler* mpSub;
   static Logger* mpLogger;
@@ -20,6 +27,8 @@ class cDlbSubHandler : public SubHandler {
 
  private:
   cDlbSubHandler() = default;
+
+  cMqPeerReconnect mReconnect;
 };
 
 // Opens the three subscriptions on the handler's socket; 1, or 0 without a

@@ -15,6 +15,7 @@
 #include "JsonParseHbMonMessages.h"
 #include "Logger.h"
 #include "MqEndpoints.h"
+#include "MqPeerReconnect.h"
 #include "Messaging/PubHandler.h"
 #include "Messaging/Topics.h"
 #include "Render/MetadataJsonPaData.h"
@@ -174,7 +175,13 @@ void cDlbStatusSubx::DecStatusReader() {
   LOG_AT(cDlbStatusSubx, Info, 20, "\"Dolby Metadata Status thread out of wait %d.\"", waited);
 
   zsock_t* sub = zsock_new(ZMQ_SUB);
-  if (sub != nullptr) zsock_set_maxmsgsize(sub, static_cast<int>(mq::kMaxDecoderFrameBytes));
+  // Frames far larger than a record are refused; the decoder is connected
+  // again after such a refusal.
+  cMqPeerReconnect reconnect;
+  if (sub != nullptr) {
+    zsock_set_maxmsgsize(sub, static_cast<int>(mq::kMaxDecoderFrameBytes));
+    reconnect.Watch(sub, "decoder");
+  }
   zpoller_t* poller = sub != nullptr ? zpoller_new(sub, nullptr) : nullptr;
   mDecoderWaitTimer.SetTimeout(kDecoderWaitMs);  // stopped: counts as timed out
   mbConnected = false;
@@ -215,6 +222,7 @@ void cDlbStatusSubx::DecStatusReader() {
     // One snapshot of the zoom switch per pass, so a change made by the main
     // thread in the middle of a pass is acted on in the next one, not lost.
     const bool zoom = mbDolbyZoomStatus.load(kRelaxed);
+    reconnect.Poll();
     void* ready = poller != nullptr ? zpoller_wait(poller, kPollMs) : nullptr;
 
     if (ready == nullptr) {
@@ -326,6 +334,7 @@ void cDlbStatusSubx::DecStatusReader() {
   }
 
   zpoller_destroy(&poller);
+  reconnect.Stop();
   zsock_destroy(&sub);
   puts("\n cDlbStatusSubx:: Exiting..........@@@@@@@@@@@@@@@");
 }
