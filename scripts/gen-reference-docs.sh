@@ -264,6 +264,17 @@ Every displayable value is an object with the members "Title" (label),
 own key. A few plain members (counts, flags, "TS") sit beside them. The pages
 below list every item of each example with its key path.
 
+## Texts from the decoder
+
+Text fields of the decoder's record (AC-4 "Lang" and presentation texts, ED2
+presentation names, the Dolby E program configuration, ...) reach the
+documents byte for byte, up to their first NUL. They are ASCII in practice, but
+nothing checks them: a document can hold bytes that are not valid UTF-8 (an
+ED2 presentation name of 0xff bytes, say). Quotes, backslashes and control
+characters are escaped as JSON requires. Decode these texts leniently (replace
+what is not UTF-8) rather than reject the document. `plovrest-tap` shows such
+bytes as `\xNN`.
+
 ## Documents
 EOF
   echo
