@@ -273,8 +273,11 @@ function buildGroup(g) {
   return { el, sig: signature(g), cells };
 }
 
+// Shows "Desc"; an item without one shows its "Data" instead, greyed.
 function setCell(td, desc, data, flash) {
-  const text = desc === '' ? '\u00a0' : String(desc);
+  const bare = desc === '' && data !== '' && data !== null && typeof data !== 'object';
+  td.classList.toggle('data', bare);
+  const text = bare ? cellText(data) : desc === '' ? '\u00a0' : String(desc);
   const tip = 'Data: ' + cellText(data) + '\nKey: ' + td.dataset.key;
   if (td.textContent === text && td.title === tip) return;
   td.textContent = text;
