@@ -8,6 +8,8 @@ PACKAGES=(
   libczmq-dev libzmq3-dev rapidjson-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 util-linux procps
+  libcpp-httplib-dev  # plovrest-tap --http: the HTTP server of its browser view
+  chromium chromium-driver python3-selenium  # the browser test and the README screenshot (headless Chromium)
 )
 
 missing=()

@@ -33,6 +33,8 @@
 #   --build-dir DIR   build directory (default build)
 #   --work-dir DIR    where the logs go (default: a new directory in /tmp)
 #   --no-setup        neither install nor build; use what DIR has
+#   --http PORT       also show the live browser view (plovrest-tap --http) on
+#                     http://127.0.0.1:PORT/ of this machine
 #
 # Exit status: 0 done (Ctrl-C, or --duration with every stream kind seen),
 # 1 failure, 2 bad arguments, 77 namespaces unavailable, 130 --duration
@@ -52,6 +54,7 @@ view="summary"
 build_dir="build"
 work_dir=""
 setup=1
+http=""
 while [ $# -gt 0 ]; do
   case "$1" in
     --duration|--hold|--rate|--view|--build-dir|--work-dir)
@@ -66,6 +69,9 @@ while [ $# -gt 0 ]; do
       esac
       shift 2 ;;
     --no-setup) setup=0; shift ;;
+    --http)
+      [[ "${2:-}" =~ ^[0-9]+$ ]] && [ "$2" -ge 1 ] && [ "$2" -le 65535 ] || die "--http: expected a port, 1 to 65535" 2
+      http="$2"; shift 2 ;;
     -h|--help) usage; exit 0 ;;
     *) die "unknown option $1 (see --help)" 2 ;;
   esac
@@ -102,7 +108,25 @@ if [ "${PLOVREST_IN_NETNS:-}" != "1" ]; then
   work_dir="$(cd "$work_dir" && pwd)"
   args=(--no-setup --build-dir "$build_dir" --work-dir "$work_dir" --hold "$hold" --rate "$rate" --view "$view")
   [ -z "$duration" ] || args+=(--duration "$duration")
-  exec scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}"
+  [ -n "$http" ] || exec scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}"
+  # The namespace has a network of its own, out of a browser's reach: the
+  # browser view's tap runs out here and reads the daemon's endpoint through
+  # the namespace's file system (/proc/PID/root of a process inside).
+  scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}" &
+  ns_pid=$!
+  trap '' INT  # Ctrl-C reaches every process of the demo; this one waits for them
+  for _ in $(seq 50); do
+    [ "$(readlink "/proc/$ns_pid/ns/mnt")" = "$(readlink /proc/self/ns/mnt)" ] || break
+    sleep 0.1
+  done
+  endpoint="ipc:///proc/$ns_pid/root$(readlink -f /run/shm)/mq/dlbMetadataPub.ipc"
+  "$tap_bin" --http "$http" --endpoint "$endpoint" --view summary >/dev/null 2>"$work_dir/plovrest-tap-http.log" &
+  http_pid=$!
+  echo "plovrest demo: browser view on http://127.0.0.1:$http/ (log: $work_dir/plovrest-tap-http.log)"
+  if wait "$ns_pid"; then rc=0; else rc=$?; fi
+  kill -INT "$http_pid" 2>/dev/null || true
+  wait "$http_pid" || true
+  exit "$rc"
 fi
 
 # --------------------------------------------------------------------------

@@ -5,15 +5,12 @@
 #include <string>
 #include <vector>
 
+#include "common/EmbeddedText.h"
+
 namespace tools {
 
-struct BuiltinScenarioText {
-  const char* name;
-  const char* text;
-};
-
 // Generated from tools/scenarios/*.json at build time.
-extern const BuiltinScenarioText kBuiltinScenarioTexts[];
+extern const EmbeddedText kBuiltinScenarioTexts[];
 extern const unsigned kBuiltinScenarioCount;
 
 // Null when there is no built-in scenario of that name.

@@ -48,13 +48,37 @@ const char* TapUsage() {
          "  plovrest-tap --decode report.bin\n";
 }
 
+namespace {
+
+// "[ADDR:]PORT", ADDR an IPv4 address, a name or a bracketed IPv6 address.
+bool ParseHttpAddress(const std::string& value, TapOptions& out, std::string& error) {
+  std::string host = out.httpHost;
+  std::string port = value;
+  const auto colon = value.rfind(':');
+  if (colon != std::string::npos) {
+    host = value.substr(0, colon);
+    port = value.substr(colon + 1);
+    if (host.size() >= 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
+  }
+  long number = 0;
+  if (host.empty() || !tools::ParseCount("http", port, 0, 65535, number, error)) {
+    error = "--http: '" + value + "' is not [ADDR:]PORT with PORT 0 to 65535";
+    return false;
+  }
+  out.httpHost = host;
+  out.httpPort = static_cast<int>(number);
+  return true;
+}
+
+}  // namespace
+
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error) {
   tools::ArgParser args(argc, argv,
                         {{"endpoint", 0, true}, {"topic", 0, true},  {"view", 0, true},
                          {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
                          {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
                          {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
-                         {"help", 'h', false},  {"version", 0, false}});
+                         {"http", 0, true},     {"help", 'h', false},  {"version", 0, false}});
   std::string name, value;
   bool intervalGiven = false;
   while (args.Next(name, value)) {
@@ -93,6 +117,8 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
       out.fields = true;
     } else if (name == "capture") {
       out.captureFile = value;
+    } else if (name == "http") {
+      if (!ParseHttpAddress(value, out, error)) return false;
     } else if (name == "help") {
       out.help = true;
     } else if (name == "version") {
@@ -123,7 +149,8 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
     }
     const char* live = out.jsonl ? "--jsonl" : out.stats ? "--stats" : out.changes ? "--changes"
                        : out.count ? "--count" : out.timeout > 0 ? "--timeout" : !out.topics.empty() ? "--topic"
-                       : !out.endpoint.empty() ? "--endpoint" : !out.captureFile.empty() ? "--capture" : nullptr;
+                       : !out.endpoint.empty() ? "--endpoint" : !out.captureFile.empty() ? "--capture"
+                       : out.httpPort >= 0 ? "--http" : nullptr;
     if (live != nullptr) {
       error = std::string(live) + ": not with --decode, which reads a file";
       return false;

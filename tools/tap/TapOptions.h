@@ -22,6 +22,8 @@ struct TapOptions {
   std::string decodeFile;
   bool fields = false;
   std::string captureFile;
+  std::string httpHost = "127.0.0.1";  // --http [ADDR:]PORT: the web view
+  int httpPort = -1;                    // -1: no web view; 0: any free port
   bool help = false;
   bool version = false;
 };

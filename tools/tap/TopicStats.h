@@ -29,6 +29,7 @@ class TopicStats {
   // message when that is more recent).
   double Rate(const std::string& topic, double now) const;
   long Count(const std::string& topic) const;
+  const std::map<std::string, Topic>& Topics() const { return mTopics; }
   const std::string& DecoderState() const { return mState; }
   const std::string& Stream() const { return mStream; }
 

@@ -5,13 +5,17 @@
 #include <cstdio>
 #include <fstream>
 #include <map>
+#include <memory>
 
 #include "Record/DolbyMetadataRecord.h"
+#include "tap/EventHub.h"
+#include "tap/HttpView.h"
 #include "tap/MessageView.h"
 #include "tap/RecordDecode.h"
 #include "tap/Subscriber.h"
 #include "tap/TapOptions.h"
 #include "tap/TopicStats.h"
+#include "tap/WebEvent.h"
 
 namespace {
 
@@ -19,6 +23,10 @@ constexpr const char* kVersion = "plovrest-tap 0.1.0";
 constexpr int kExitFailure = 1;
 constexpr int kExitBadInput = 2;
 constexpr int kExitTimedOut = 3;
+constexpr std::size_t kWebMaxBrowsers = 16;
+constexpr std::size_t kWebMaxTopics = 64;
+constexpr double kWebRatesInterval = 1.0;  // seconds between rate events to the browsers
+constexpr const char* kWebRatesKey = "\x01rates";  // hub key of the rate events (no topic starts with \x01)
 
 volatile std::sig_atomic_t gStop = 0;
 void OnSignal(int) { gStop = 1; }
@@ -53,6 +61,20 @@ int Live(const tap::TapOptions& options) {
   if (!options.jsonl) {
     std::fprintf(stderr, "plovrest-tap: listening on %s\n", endpoint.c_str());
   }
+  // The web view: every message on the wanted topics goes to the browsers,
+  // --changes and --count apply to the terminal only.
+  tap::EventHub hub(kWebMaxBrowsers, kWebMaxTopics);
+  tap::TopicStats webStats;
+  std::unique_ptr<tap::HttpView> web;
+  if (options.httpPort >= 0) {
+    web = std::make_unique<tap::HttpView>(hub);
+    if (!web->Start(options.httpHost, options.httpPort, error)) {
+      std::fprintf(stderr, "plovrest-tap: %s\n", error.c_str());
+      return kExitFailure;
+    }
+    std::fprintf(stderr, "plovrest-tap: browser view on %s\n", web->Url().c_str());
+  }
+  double nextRates = 0;
 
   const Clock::time_point start = Clock::now();
   tap::TopicStats stats;
@@ -74,7 +96,15 @@ int Live(const tap::TapOptions& options) {
       std::fflush(stdout);
       nextReport += options.interval;
     }
+    if (web && Since(start) >= nextRates) {
+      hub.Publish(kWebRatesKey, tap::RatesEvent(webStats, Since(start)));
+      nextRates = Since(start) + kWebRatesInterval;
+    }
     if (!got || !Wanted(options, message.topic)) continue;
+    if (web) {
+      webStats.Add(message, Since(start));
+      hub.Publish(message.topic, tap::DocEvent(message, tap::CheckDocument(message.topic, message.payload)));
+    }
     if (!options.captureFile.empty() && message.payload.size() == kRecordSize &&
         !Capture(options.captureFile, message.payload)) {
       std::fprintf(stderr, "plovrest-tap: --capture: cannot write %s\n", options.captureFile.c_str());
