@@ -8,6 +8,12 @@ PACKAGES=(
   libczmq-dev libzmq3-dev rapidjson-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 util-linux procps
+  # Package test (scripts/package-test.sh): Debian's package checker
+  lintian
+  # Package test: systemd-analyze verify/security on the unit
+  systemd
+  # Package test: records the daemon's system calls against the unit's filter
+  strace
 )
 
 missing=()
