@@ -25,7 +25,7 @@ check() {
   local err
   if err="$(unshare "${unshare_args[@]}" true 2>&1)"; then return 0; fi
   echo "netns-run: cannot create private user/network/mount/PID namespaces: ${err:-unshare failed}" >&2
-  echo "netns-run: unprivileged user namespaces are off here. To allow them (as root):" >&2
+  echo "netns-run: unprivileged user namespaces are probably turned off. To allow them (as root):" >&2
   echo "netns-run:   sysctl -w kernel.unprivileged_userns_clone=1         (Debian kernels)" >&2
   echo "netns-run:   sysctl -w user.max_user_namespaces=15000" >&2
   echo "netns-run:   sysctl -w kernel.apparmor_restrict_unprivileged_userns=0  (Ubuntu 23.10 and later)" >&2
