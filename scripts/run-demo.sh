@@ -231,7 +231,7 @@ ticker() {
   local every sleeper
   every="$(awk -v h="$hold" 'BEGIN { print (h < 2 ? 2 : h) }')"
   trap '' INT
-  trap 'kill "$sleeper" 2>/dev/null; exit 0' TERM
+  trap 'kill "$sleeper" 2>/dev/null; wait "$sleeper"; exit 0' TERM
   while :; do
     sleep "$every" &
     sleeper=$!
