@@ -10,6 +10,12 @@ PACKAGES=(
   iproute2 util-linux procps
   libcpp-httplib-dev  # plovrest-tap --http: the HTTP server of its browser view
   chromium chromium-driver python3-selenium  # the browser test and the README screenshot (headless Chromium)
+  # Package test (scripts/package-test.sh): Debian's package checker
+  lintian
+  # Package test: systemd-analyze verify/security on the unit
+  systemd
+  # Package test: records the daemon's system calls against the unit's filter
+  strace
 )
 
 missing=()

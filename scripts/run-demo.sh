@@ -13,6 +13,9 @@
 #                  per change; a second tap keeps every change in a file
 #
 # The daemon's own console log goes to a file; its path is printed at the end.
+# A counter of the decoder's records and the daemon's documents shows that it
+# runs: on a terminal one line below the tap's, updated in place; otherwise a
+# plain line every few seconds. When a program fails, its last lines are shown.
 # Ctrl-C ends everything: the daemon stops as on the device ("SignalValue: 2"),
 # no process is left, and the namespace's queues vanish with it.
 #
@@ -44,8 +47,16 @@ cd "$(dirname "$0")/.."
 repo="$PWD"
 
 usage() { sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; }
-die() { echo "run-demo: $*" >&2; exit "${2:-1}"; }
-is_number() { [[ "$1" =~ ^[0-9]+([.][0-9]+)?$ ]] && awk -v v="$1" 'BEGIN { exit !(v > 0) }'; }
+# die MESSAGE [STATUS]: the message on standard error, then exit (status 1).
+die() { echo "run-demo: $1" >&2; exit "${2:-1}"; }
+# A bad command line, told as the tools tell it: status 2.
+usage_error() { echo "run-demo: $1" >&2; echo "Try '$0 --help'." >&2; exit 2; }
+# True when $1 is a decimal number within [$2, $3].
+in_range() {
+  [[ "$1" =~ ^[0-9]+([.][0-9]+)?$ ]] && awk -v v="$1" -v lo="$2" -v hi="$3" 'BEGIN { exit !(v >= lo && v <= hi) }'
+}
+# needs_value OPTION ARGS...: the option has a value after it.
+needs_value() { [ $# -ge 2 ] || usage_error "$1: needs a value"; }
 
 duration=""
 hold=""
@@ -57,29 +68,29 @@ setup=1
 http=""
 while [ $# -gt 0 ]; do
   case "$1" in
-    --duration|--hold|--rate|--view|--build-dir|--work-dir)
-      [ $# -ge 2 ] || die "$1: needs a value" 2
-      case "$1" in
-        --duration) duration="$2" ;;
-        --hold) hold="$2" ;;
-        --rate) rate="$2" ;;
-        --view) view="$2" ;;
-        --build-dir) build_dir="$2" ;;
-        --work-dir) work_dir="$2" ;;
-      esac
-      shift 2 ;;
+    --duration) needs_value "$@"; duration="$2"; shift 2 ;;
+    --hold) needs_value "$@"; hold="$2"; shift 2 ;;
+    --rate) needs_value "$@"; rate="$2"; shift 2 ;;
+    --view) needs_value "$@"; view="$2"; shift 2 ;;
+    --build-dir) needs_value "$@"; build_dir="$2"; shift 2 ;;
+    --work-dir) needs_value "$@"; work_dir="$2"; shift 2 ;;
     --no-setup) setup=0; shift ;;
-    --http)
-      [[ "${2:-}" =~ ^[0-9]+$ ]] && [ "$2" -ge 1 ] && [ "$2" -le 65535 ] || die "--http: expected a port, 1 to 65535" 2
-      http="$2"; shift 2 ;;
+    --http) needs_value "$@"; http="$2"; shift 2 ;;
     -h|--help) usage; exit 0 ;;
-    *) die "unknown option $1 (see --help)" 2 ;;
+    *) usage_error "unknown option '$1'" ;;
   esac
 done
-[ -z "$duration" ] || is_number "$duration" || die "--duration: expected seconds above 0, got '$duration'" 2
-[ -z "$hold" ] || is_number "$hold" || die "--hold: expected seconds above 0, got '$hold'" 2
-is_number "$rate" || die "--rate: expected records per second, got '$rate'" 2
-case "$view" in summary|table|pretty|raw) ;; *) die "--view: summary, table, pretty or raw" 2 ;; esac
+[ -z "$duration" ] || in_range "$duration" 0.1 86400 ||
+  usage_error "--duration: '$duration' is not a number of seconds (0.1 to 86400)"
+[ -z "$hold" ] || in_range "$hold" 0.1 3600 || usage_error "--hold: '$hold' is not a number of seconds (0.1 to 3600)"
+# The simulator's own range.
+in_range "$rate" 0.1 1000 || usage_error "--rate: '$rate' is out of range (0.1 to 1000)"
+[ -z "$http" ] || { [[ "$http" =~ ^[0-9]+$ ]] && in_range "$http" 1 65535; } ||
+  usage_error "--http: '$http' is not a port (1 to 65535)"
+case "$view" in
+  summary|table|pretty|raw) ;;
+  *) usage_error "--view: '$view' is not one of: summary, table, pretty, raw" ;;
+esac
 if [ -z "$hold" ]; then
   # Six stream kinds; with a duration, one round fits with two seconds to spare.
   hold=4
@@ -103,30 +114,44 @@ if [ "${PLOVREST_IN_NETNS:-}" != "1" ]; then
     fi
     cmake --build "$build_dir" -j"$(nproc)" --target plovrestd plovrest-sim plovrest-tap
   fi
-  if [ -z "$work_dir" ]; then work_dir="$(mktemp -d /tmp/plovrest-demo.XXXXXX)"; fi
+  # Before any folder is made: can the namespace be made? (netns-run.sh
+  # explains how to allow it when not.)
+  if ! scripts/netns-run.sh --check; then
+    echo "run-demo: the demo runs in a private network namespace and cannot make one here" >&2
+    exit 77
+  fi
+  made_work_dir=0
+  if [ -z "$work_dir" ]; then work_dir="$(mktemp -d /tmp/plovrest-demo.XXXXXX)"; made_work_dir=1; fi
   mkdir -p "$work_dir"
   work_dir="$(cd "$work_dir" && pwd)"
   args=(--no-setup --build-dir "$build_dir" --work-dir "$work_dir" --hold "$hold" --rate "$rate" --view "$view")
   [ -z "$duration" ] || args+=(--duration "$duration")
-  [ -n "$http" ] || exec scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}"
-  # The namespace has a network of its own, out of a browser's reach: the
-  # browser view's tap runs out here and reads the daemon's endpoint through
-  # the namespace's file system (/proc/PID/root of a process inside).
-  scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}" &
-  ns_pid=$!
-  trap '' INT  # Ctrl-C reaches every process of the demo; this one waits for them
-  for _ in $(seq 50); do
-    [ "$(readlink "/proc/$ns_pid/ns/mnt")" = "$(readlink /proc/self/ns/mnt)" ] || break
-    sleep 0.1
-  done
-  endpoint="ipc:///proc/$ns_pid/root$(readlink -f /run/shm)/mq/dlbMetadataPub.ipc"
-  "$tap_bin" --http "$http" --endpoint "$endpoint" --view summary >/dev/null 2>"$work_dir/plovrest-tap-http.log" &
-  http_pid=$!
-  echo "plovrest demo: browser view on http://127.0.0.1:$http/ (log: $work_dir/plovrest-tap-http.log)"
-  if wait "$ns_pid"; then rc=0; else rc=$?; fi
-  kill -INT "$http_pid" 2>/dev/null || true
-  wait "$http_pid" || true
-  exit "$rc"
+  # Ctrl-C is the demo's to handle; this shell only waits for it to finish.
+  trap : INT TERM
+  status=0
+  if [ -z "$http" ]; then
+    scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}" || status=$?
+  else
+    # The namespace has a network of its own, out of a browser's reach: the
+    # browser view's tap runs out here and reads the daemon's endpoint through
+    # the namespace's file system (/proc/PID/root of a process inside).
+    scripts/netns-run.sh "$repo/scripts/run-demo.sh" "${args[@]}" &
+    ns_pid=$!
+    for _ in $(seq 50); do
+      [ "$(readlink "/proc/$ns_pid/ns/mnt")" = "$(readlink /proc/self/ns/mnt)" ] || break
+      sleep 0.1
+    done
+    endpoint="ipc:///proc/$ns_pid/root$(readlink -f /run/shm)/mq/dlbMetadataPub.ipc"
+    "$tap_bin" --http "$http" --endpoint "$endpoint" --view summary >/dev/null 2>"$work_dir/plovrest-tap-http.log" &
+    http_pid=$!
+    echo "plovrest demo: browser view on http://127.0.0.1:$http/ (log: $work_dir/plovrest-tap-http.log)"
+    wait "$ns_pid" || status=$?
+    kill -INT "$http_pid" 2>/dev/null || true
+    wait "$http_pid" || true
+  fi
+  # A demo that could not start leaves no empty folder behind.
+  [ "$made_work_dir" = 0 ] || rmdir "$work_dir" 2>/dev/null || true
+  exit "$status"
 fi
 
 # --------------------------------------------------------------------------
@@ -187,7 +212,71 @@ trap 'stop_reason="${stop_reason:-SIGTERM}"' TERM
 # Subscribers first, so nothing the daemon publishes is missed.
 "$tap_bin" --jsonl --changes >"$messages" 2>"$work_dir/plovrest-tap-capture.log" &
 capture_pid=$!
-"$tap_bin" --changes --view "$view" &
+# Sign of life: two more taps count the decoder's records (on its endpoint,
+# tcp://169.254.2.3:2002) and the daemon's documents, once a second.
+records_stats="$work_dir/records.stats"
+documents_stats="$work_dir/documents.stats"
+"$tap_bin" --endpoint tcp://169.254.2.3:2002 --stats --interval 1 >"$records_stats" 2>/dev/null &
+records_pid=$!
+"$tap_bin" --stats --interval 1 >"$documents_stats" 2>/dev/null &
+documents_pid=$!
+started=$SECONDS
+# last_count FILE TOPIC-REGEX: the summed COUNT of the matching topics in the
+# last complete report of FILE (reports end with an empty line).
+last_count() {
+  awk -v re="$2" '$1 ~ re { n += $2 } /^$/ { last = n; n = 0 } END { print last + 0 }' "$1" 2>/dev/null || echo 0
+}
+pulse_text() {
+  printf '%s s: %s records from the decoder, %s documents published' "$((SECONDS - started))" \
+    "$(last_count "$records_stats" '^DolbyMetadataEvent$')" \
+    "$(last_count "$documents_stats" '^(DolbyMetadataGrp|DolbyMetadataGrpRepub|DolbyPAData>>)$')"
+}
+# On a terminal: the view tap's lines pass through here, with the counter on
+# the line below them, redrawn in place (its text once a second at most).
+screen() {
+  local line="" pending="" text="" drawn=-1
+  trap '' INT  # Ctrl-C: ends with the view tap's output, not before
+  while :; do
+    if IFS= read -r -t 1 line; then
+      printf '\r\033[K%s\n' "$pending$line"
+      pending=""
+    elif [ $? -gt 128 ]; then
+      pending+="$line"  # a time-out keeps what part of a line came
+    else
+      break
+    fi
+    [ "$drawn" = "$SECONDS" ] || { text="$(pulse_text)"; drawn=$SECONDS; }
+    printf '\r\033[K%s' "$text"
+  done
+  [ -z "$pending$line" ] || printf '\r\033[K%s\n' "$pending$line"
+  printf '\r\033[K'
+}
+# Not on a terminal: a plain line every few seconds.
+ticker() {
+  local every sleeper
+  every="$(awk -v h="$hold" 'BEGIN { print (h < 2 ? 2 : h) }')"
+  trap '' INT
+  trap 'kill "$sleeper" 2>/dev/null; wait "$sleeper"; exit 0' TERM
+  while :; do
+    sleep "$every" &
+    sleeper=$!
+    wait "$sleeper"
+    echo "  ... $(pulse_text)"
+  done
+}
+pulse_pid=""
+if [ -t 1 ]; then
+  fifo="$work_dir/view.fifo"
+  rm -f "$fifo"
+  mkfifo "$fifo"
+  screen <"$fifo" &
+  pulse_pid=$!
+  "$tap_bin" --changes --view "$view" >"$fifo" &
+else
+  ticker &
+  pulse_pid=$!
+  "$tap_bin" --changes --view "$view" &
+fi
 view_pid=$!
 "$daemon_bin" -s 2 -i lo >"$daemon_log" 2>&1 &
 daemon_pid=$!
@@ -200,7 +289,12 @@ if [ -n "$duration" ]; then
 fi
 
 declare -A role=([$daemon_pid]=plovrestd [$sim_pid]=plovrest-sim [$view_pid]=plovrest-tap
-                 [$capture_pid]="plovrest-tap (capture)")
+                 [$capture_pid]="plovrest-tap (capture)" [$records_pid]="plovrest-tap (records)"
+                 [$documents_pid]="plovrest-tap (documents)")
+# Where each program's own messages go, for its last lines when it fails.
+declare -A log_of=([$daemon_pid]="$daemon_log" [$sim_pid]="$sim_log"
+                   [$capture_pid]="$work_dir/plovrest-tap-capture.log")
+failed_pid=""
 watched=("$daemon_pid" "$sim_pid" "$view_pid" "$capture_pid" $timer_pid)
 declare -A status=()
 while [ -z "$stop_reason" ]; do
@@ -215,6 +309,7 @@ while [ -z "$stop_reason" ]; do
     # Ctrl-C reaches every process at once; a tool may end before the trap
     # above has run. Give it the moment to tell the two apart.
     sleep 0.2
+    [ -n "$stop_reason" ] || failed_pid=$ended
     stop_reason="${stop_reason:-${role[$ended]} ended (exit status $rc)}"
   fi
 done
@@ -245,7 +340,13 @@ stop_process() {
 }
 trap '' INT TERM  # from here on, finish the clean-up whatever arrives
 [ -z "$timer_pid" ] || { kill "$timer_pid" 2>/dev/null || true; wait "$timer_pid" 2>/dev/null || true; }
-for pid in "$daemon_pid" "$sim_pid" "$view_pid" "$capture_pid"; do stop_process "$pid"; done
+for pid in "$daemon_pid" "$sim_pid" "$view_pid" "$capture_pid" "$records_pid" "$documents_pid"; do
+  stop_process "$pid"
+done
+# The counter: on a terminal it ends with the view tap's output.
+[ -t 1 ] || kill -TERM "$pulse_pid" 2>/dev/null || true
+wait "$pulse_pid" 2>/dev/null || true
+[ -z "${fifo:-}" ] || rm -f "$fifo"
 
 echo
 if [ "$stop_reason" = time ]; then echo "plovrest demo: stopped after $duration s"; else echo "plovrest demo: stopped ($stop_reason)"; fi
@@ -276,6 +377,11 @@ case "$stop_reason" in
     [ -z "$duration" ] || exit 130
     exit 0 ;;
   *)
-    echo "run-demo: $stop_reason; see the logs above" >&2
+    echo "run-demo: $stop_reason" >&2
+    failed_log="${log_of[${failed_pid:-none}]:-}"
+    if [ -n "$failed_log" ] && [ -s "$failed_log" ]; then
+      echo "run-demo: its last lines ($failed_log):" >&2
+      tail -n 5 "$failed_log" | sed 's/^/  /' >&2
+    fi
     exit 1 ;;
 esac

@@ -3,13 +3,19 @@
 #
 #   scripts/test.sh              plain build in build/
 #   scripts/test.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer in build-asan/
+#   scripts/test.sh --help       this text
 #
 # Tests that need the device's fixed endpoints run inside scripts/netns-run.sh.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 mode="plain"
-if [ "${1:-}" = "--sanitize" ]; then mode="sanitize"; fi
+case "${1:-}" in
+  "") ;;
+  --sanitize) mode="sanitize" ;;
+  -h|--help) sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; exit 0 ;;
+  *) echo "test.sh: unknown option '$1'" >&2; echo "Try '$0 --help'." >&2; exit 2 ;;
+esac
 
 scripts/install-deps.sh
 

@@ -1,0 +1,273 @@
+#!/usr/bin/env bash
+# Builds the Debian packages and checks them as an installation would use
+# them, short of booting systemd:
+#
+#   1. cpack builds plovrestd and plovrest-tools
+#   2. lintian reports no error and no warning
+#   3. both unpack into a scratch root with the files they should hold; the
+#      unit's ExecStart and EnvironmentFile name files of the package
+#   4. systemd-analyze verify accepts the unit, and
+#      systemd-analyze security --offline rates it OK (exposure 2.0 at most)
+#   5. inside scripts/netns-run.sh, the unpacked daemon starts the way the unit
+#      starts it (settings file, command line) under what of the unit's
+#      sandbox a namespace can give (read-only file system but /run/shm/mq,
+#      private /tmp, no new privileges, no capabilities, umask); it binds its
+#      endpoint and the unpacked plovrest-tap receives a document from it;
+#      SIGTERM stops it as systemd does. Every system call it made is one the
+#      unit's SystemCallFilter allows, every socket of an allowed family.
+#
+#   scripts/package-test.sh [--build-dir DIR] [--keep]
+#
+# --build-dir DIR   a configured build directory (default build; configured
+#                   and built when missing)
+# --keep            keep the scratch directory (its path is printed)
+#
+# Exit status: 0 every check passed, 1 a check failed, 2 bad arguments, 77
+# namespaces unavailable (a failure under CI=true).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+repo="$PWD"
+
+usage() { sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; }
+die() { echo "package-test: $1" >&2; exit "${2:-1}"; }
+
+unit_path=usr/lib/systemd/system/plovrestd.service
+
+# ---------------------------------------------------------------------------
+# Inside the namespace (step 5): ROOT is the unpacked packages, WORK scratch.
+if [ "${1:-}" = "--inside" ]; then
+  # The scratch directory, reachable once /tmp is private (below).
+  mkdir /dev/shm/package-test
+  mount --bind "$3" /dev/shm/package-test
+  work=/dev/shm/package-test root="/dev/shm/package-test/${2#"$3"/}"
+  unit="$root/$unit_path"
+  unit_value() { sed -n "s/^$1=//p" "$unit"; }
+
+  # The card's interface as the settings file names it, with an address of
+  # its own (slot 0 waits for one).
+  ( set -a; for e in $(unit_value Environment); do eval "$e"; done
+    envfile="$(unit_value EnvironmentFile)"
+    # shellcheck source=/dev/null
+    . "$root${envfile#-}"
+    echo "$PLOVREST_SLOT $PLOVREST_INTERFACE" ) >"$work/settings"
+  read -r slot interface <"$work/settings"
+  if [ "$interface" != lo ]; then
+    if ip link add "$interface" type veth peer name "${interface}-peer" 2>/dev/null; then
+      ip addr add 192.0.2.10/24 dev "$interface"
+      ip link set "${interface}-peer" up
+      ip link set "$interface" up
+    else
+      echo "package-test: this kernel cannot make a $interface here (no veth); the daemon waits for lo instead"
+      interface=lo
+    fi
+  fi
+
+  # ExecStart with the settings substituted, one argument per word.
+  read -r -a words <<<"$(unit_value ExecStart)"
+  command=("$root${words[0]}")
+  for w in "${words[@]:1}"; do
+    case "$w" in
+      '${PLOVREST_SLOT}') command+=("$slot") ;;
+      '${PLOVREST_INTERFACE}') command+=("$interface") ;;
+      *) command+=("$w") ;;
+    esac
+  done
+  echo "package-test: daemon command line: ${command[*]#"$root"}"
+
+  # Where the results go, opened before the file system turns read-only and
+  # /tmp private; the rest is printed for the caller.
+  exec 3>"$work/daemon.log" 4>"$work/syscalls"
+
+  # ProtectSystem=strict with ReadWritePaths=/run/shm/mq, PrivateTmp=yes.
+  mkdir -p /run/shm/mq
+  mount --bind /run/shm/mq /run/shm/mq
+  mount -t tmpfs tmpfs /tmp
+  findmnt -rno TARGET | while read -r m; do
+    case "$m" in /proc*|/sys*|/dev*|/run/shm/mq|/tmp) continue ;; esac
+    mount -o remount,bind,ro "$m" 2>/dev/null || true
+  done
+  if touch /usr/.rw-probe "$root/.rw-probe" 2>/dev/null; then die "the file system is still writable"; fi
+
+  # NoNewPrivileges, CapabilityBoundingSet= (empty), UMask=0022; strace
+  # records each system call for the SystemCallFilter check.
+  umask 0022
+  setpriv --no-new-privs --bounding-set=-all --inh-caps=-all -- \
+    strace -f -qq -o /dev/fd/4 "${command[@]}" >&3 2>&3 &
+  daemon=$!
+  "$root/usr/bin/plovrest-sim" --scenario ddp --zoom on --decoder-state processing -q &
+  sim=$!
+  status=0
+  document="$("$root/usr/bin/plovrest-tap" --topic DolbyMetadataGrp --jsonl --count 1 --timeout 20)" || status=$?
+  echo "result: document $document"
+  [ ! -S /run/shm/mq/dlbMetadataPub.ipc ] || echo "result: bound"
+  kill -TERM "$sim" 2>/dev/null || true
+  # The daemon is strace's child: SIGTERM to the daemon itself.
+  kill -TERM "$(pgrep -f -n "^$root/usr/bin/plovrestd")" 2>/dev/null || true
+  if wait "$daemon"; then rc=0; else rc=$?; fi
+  echo "result: daemon-status $rc"
+  wait "$sim" 2>/dev/null || true
+  exit "$status"
+fi
+
+# ---------------------------------------------------------------------------
+build_dir="build"
+keep=0
+while [ $# -gt 0 ]; do
+  case "$1" in
+    --build-dir) [ $# -ge 2 ] || die "$1: needs a value" 2; build_dir="$2"; shift 2 ;;
+    --keep) keep=1; shift ;;
+    -h|--help) usage; exit 0 ;;
+    *) die "unknown option $1 (see --help)" 2 ;;
+  esac
+done
+case "$build_dir" in /*) ;; *) build_dir="$repo/$build_dir" ;; esac
+scripts/netns-run.sh --check || { [ "${CI:-}" = true ] && exit 1; exit 77; }
+
+work="$(mktemp -d /tmp/plovrest-package-test.XXXXXX)"
+chmod 755 "$work"
+if [ "$keep" = 1 ]; then
+  trap 'echo "package-test: scratch directory $work"' EXIT
+else
+  trap 'rm -rf "$work"' EXIT
+fi
+passed=0 failed=0
+pass() { echo "ok    $*"; passed=$((passed + 1)); }
+fail() { echo "FAIL  $*"; failed=$((failed + 1)); }
+# check NAME COMMAND...: one check; its output is shown when it fails.
+check() {
+  local name="$1" out
+  shift
+  if out="$("$@" 2>&1)"; then pass "$name"; else fail "$name"; printf '%s\n' "$out" | sed 's/^/      /'; fi
+}
+
+# 1. The packages.
+if [ ! -f "$build_dir/CMakeCache.txt" ]; then
+  cmake -S . -B "$build_dir" -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
+fi
+cmake --build "$build_dir" -j"$(nproc)"
+(cd "$build_dir" && cpack -B "$work/cpack" >"$work/cpack.log") || { cat "$work/cpack.log"; die "cpack failed"; }
+debs=("$work"/cpack/*.deb)
+names="$(for d in "${debs[@]}"; do dpkg-deb -f "$d" Package; done | sort | tr '\n' ' ')"
+check "cpack builds plovrest-tools and plovrestd ($names)" test "$names" = "plovrest-tools plovrestd "
+
+# 2. lintian, as an ordinary user (it warns about running as root).
+lint() {
+  local out
+  if [ "$(id -u)" = 0 ]; then
+    out="$(runuser -u nobody -- env HOME="$work" lintian "$@" 2>&1)" || true
+  else
+    out="$(lintian "$@" 2>&1)" || true
+  fi
+  [ -z "$out" ] || { printf '%s\n' "$out"; return 1; }
+}
+chmod -R a+rX "$work/cpack"
+check "lintian: no error, no warning" lint "${debs[@]}"
+
+# 3. Contents.
+root="$work/root"
+mkdir -p "$root"
+for d in "${debs[@]}"; do dpkg-deb -x "$d" "$root"; done
+dpkg-deb -e "$work"/cpack/plovrestd_*.deb "$work/control"
+contents() {
+  local f missing=0
+  for f in usr/bin/plovrestd usr/bin/plovrest-sim usr/bin/plovrest-tap "$unit_path" \
+           etc/default/plovrestd usr/share/man/man8/plovrestd.8.gz \
+           usr/share/man/man1/plovrest-sim.1.gz usr/share/man/man1/plovrest-tap.1.gz \
+           usr/share/doc/plovrestd/copyright usr/share/doc/plovrestd/changelog.Debian.gz \
+           usr/share/doc/plovrest-tools/copyright usr/share/doc/plovrest-tools/changelog.Debian.gz; do
+    [ -e "$root/$f" ] || { echo "missing /$f"; missing=1; }
+  done
+  grep -qx /etc/default/plovrestd "$work/control/conffiles" || { echo "conffiles lacks /etc/default/plovrestd"; missing=1; }
+  for f in postinst prerm postrm; do
+    grep -q "deb-systemd-\(helper\|invoke\).*plovrestd.service" "$work/control/$f" || { echo "$f: no systemd handling"; missing=1; }
+  done
+  return "$missing"
+}
+check "packages hold binaries, unit, conffile, man pages, copyright, changelog, maintainer scripts" contents
+unit_names_package_files() {
+  local exec env
+  exec="$(sed -n 's/^ExecStart=\([^ ]*\).*/\1/p' "$root/$unit_path")"
+  env="$(sed -n 's/^EnvironmentFile=-\{0,1\}//p' "$root/$unit_path")"
+  echo "ExecStart $exec, EnvironmentFile $env"
+  [ -x "$root$exec" ] && [ -f "$root$env" ] && [ "$exec" = /usr/bin/plovrestd ] && [ "$env" = /etc/default/plovrestd ]
+}
+check "unit's ExecStart and EnvironmentFile are the package's files" unit_names_package_files
+
+# 4. systemd-analyze on the unpacked unit. The scratch root gets what a
+# Debian system around the package has: systemd's own units and /bin/mkdir.
+cp -a /lib/systemd/system/. "$root/usr/lib/systemd/system/"
+cp /usr/bin/mkdir "$root/usr/bin/"
+[ -e "$root/bin" ] || ln -s usr/bin "$root/bin"
+[ -e "$root/lib" ] || ln -s usr/lib "$root/lib"
+check "systemd-analyze verify" env MANPATH="$root/usr/share/man" systemd-analyze verify --root="$root" plovrestd.service
+security() {
+  local out
+  out="$(systemd-analyze security --offline=true --root="$root" --threshold=20 plovrestd.service 2>&1)" || { echo "$out"; return 1; }
+  echo "$out" | tail -n 1
+}
+check "systemd-analyze security --offline: exposure at most 2.0 (OK)" security
+echo "      $(systemd-analyze security --offline=true --root="$root" plovrestd.service 2>/dev/null | tail -n 1 | sed 's/^→ //')"
+
+# 5. The daemon as the unit starts it.
+inside_status=0
+scripts/netns-run.sh "$repo/scripts/package-test.sh" --inside "$root" "$work" >"$work/inside.log" 2>&1 || inside_status=$?
+sed -n 's/^package-test: //p' "$work/inside.log" | sed 's/^/      /'
+received() {
+  [ "$inside_status" = 0 ] && grep -qx "result: bound" "$work/inside.log" &&
+    grep -q '^result: document {.*"topic":"DolbyMetadataGrp"' "$work/inside.log" ||
+    { echo "exit status $inside_status"; cat "$work/inside.log" "$work/daemon.log" 2>/dev/null | tail -n 20; return 1; }
+}
+check "daemon binds /run/shm/mq/dlbMetadataPub.ipc and publishes a document" received
+stopped() {
+  local last status
+  last="$(grep -v '^$' "$work/daemon.log" | tail -n 1)"
+  status="$(sed -n 's/^result: daemon-status //p' "$work/inside.log")"
+  echo "exit status $status, last line: $last"
+  [ "$status" = 0 ] && [ "$last" = "SignalValue: 15" ]
+}
+check "SIGTERM stops the daemon (exit status 0, \"SignalValue: 15\")" stopped
+
+# Every system call and socket family the daemon used is allowed by the unit.
+expand_set() {
+  local line
+  systemd-analyze syscall-filter "$1" | tail -n +2 | sed 's/^ *//; /^#/d; /^$/d' |
+    while read -r line; do
+      case "$line" in @*) expand_set "$line" ;; *) echo "$line" ;; esac
+    done
+}
+# The set the unit's SystemCallFilter= lines allow, in their order: the
+# first is the allow-list, "~" lines take away, others add.
+unit_syscalls() {
+  local line sign items
+  sed -n 's/^SystemCallFilter=//p' "$root/$unit_path" >"$work/filters"
+  : >"$work/allowed"
+  while read -r line; do
+    sign="+"
+    case "$line" in "~"*) sign="-"; line="${line#"~"}" ;; esac
+    items="$(for i in $line; do case "$i" in @*) expand_set "$i" ;; *) echo "$i" ;; esac; done | sort -u)"
+    if [ "$sign" = + ]; then
+      sort -u "$work/allowed" - <<<"$items" >"$work/allowed.new"
+    else
+      comm -23 "$work/allowed" - <<<"$items" >"$work/allowed.new"
+    fi
+    mv "$work/allowed.new" "$work/allowed"
+  done <"$work/filters"
+  cat "$work/allowed"
+}
+sandbox_allows() {
+  local used bad families f
+  [ -s "$work/syscalls" ] || { echo "no system call trace"; return 1; }
+  # Lines look like "PID name(args..." or "PID <... name resumed>...".
+  used="$(sed -nE 's/^[0-9]+ +(<\.\.\. )?([a-z0-9_]+)[( ].*/\2/p' "$work/syscalls" | sort -u)"
+  bad="$(comm -23 <(echo "$used") <(unit_syscalls))"
+  families="$(grep -oE 'socket\(AF_[A-Z0-9]+' "$work/syscalls" | sed 's/socket(//' | sort -u | tr '\n' ' ')"
+  echo "$(echo "$used" | wc -l) system calls; socket families: $families"
+  [ -z "$bad" ] || { echo "not allowed by SystemCallFilter: $bad"; return 1; }
+  for f in $families; do
+    grep -q "^RestrictAddressFamilies=.*\b$f\b" "$root/$unit_path" || { echo "$f not in RestrictAddressFamilies"; return 1; }
+  done
+}
+check "every system call and socket family used is allowed by the unit" sandbox_allows
+
+echo "package-test: $passed passed, $failed failed"
+[ "$failed" = 0 ]
