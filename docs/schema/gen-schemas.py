@@ -6,6 +6,10 @@ title texts, JSON types and the code tables of the descriptions. Run it after
 a renderer changes; `--check` fails when a committed schema differs.
 
     docs/schema/gen-schemas.py [--check]
+    docs/schema/gen-schemas.py --dictionary FILE   only the field dictionary, to FILE
+
+It also writes the field dictionary, docs/reference/fields.md (which
+scripts/gen-reference-docs.sh writes and checks with the other pages).
 """
 import json
 import pathlib
@@ -19,7 +23,7 @@ DECIMAL = {"type": "string", "pattern": "^-?[0-9]+$"}
 
 def texts(*values, decimal=False, pattern=None):
     """Description made of fixed texts, optionally or a decimal / a pattern."""
-    alts = [{"enum": sorted(set(values))}] if values else []
+    alts = [{"enum": list(dict.fromkeys(values))}] if values else []
     if decimal:
         alts.append({"pattern": "^-?[0-9]+$"})
     if pattern:
@@ -79,7 +83,8 @@ def block(title, entry, lo=1, hi=1, extra=None):
 
 # ---- code tables (MainBoard/Render/CodeTables.cpp)
 ACMOD = ["1+1", "1/0", "2/0", "3/0", "2/1", "3/1", "2/2", "3/2", "3/1/1", "2/2/1", "3/2/1",
-         "3/0/2", "2/2/2", "2/2/22/2/2", "3/2/2", ""]
+         "3/2/1", "3/0/2", "2/2/2", "2/2/22/2/2", "2/2/2", "3/2/2", "3/2/2", "3/2/2", "3/2/2",
+         "3/2/2", "3/2/2", "2/2/1", "3/2/1", "2/2/2", "3/2/2", "3/2/2", "3/2/2", ""]
 BSMOD = ["Main complete (CM)", "Music and effects (ME)", "Visually impaired (VI)",
          "Hearing impaired (HI)", "Dialogue (D)", "Commentary (C)", "Emergency (E)",
          "Voice over (VO)"]
@@ -89,8 +94,8 @@ DSUREX = ["Not Indicated", "Not Dolby Surround EX", "Dolby Surround EX",
 DMIX = ["Not Indicated", "Lt/Rt", "Lo/Ro", "Dolby Pro Logic II"]
 CMIX = ["+3.0 dB (1.414)", "+1.5 dB (1.189)", "0.0 dB (1.000)", "-1.5 dB (0.841)",
         "-3.0 dB (0.707)", "-4.5 dB (0.595)", "-6.0 dB (0.500)", "-inf dB (0.000)"]
-SURMIX = ["Reserved", "-1.5 dB (0.841)", "-3.0 dB (0.707)", "-4.5 dB (0.595)",
-          "-6.0 dB (0.500)", "-inf dB (0.000)"]
+SURMIX = ["Reserved", "Reserved", "Reserved", "-1.5 dB (0.841)", "-3.0 dB (0.707)",
+          "-4.5 dB (0.595)", "-6.0 dB (0.500)", "-inf dB (0.000)"]
 TRIMS = ["6.0", "3.0", "1.5", "0.75", "-0.75", "-1.5", "-3.0", "-4.5", "-6.0", "-7.5", "-9.0",
          "-10.5", "-12.0", "-13.5", "-15.0", "-36.0", "0.0", "Auto"]
 SPEAKERS = ["Stereo", "5.1", "7.1", "5.1.2", "5.1.4", "7.1.4", "9.1.6"]
@@ -104,15 +109,24 @@ STREAM_TYPES = ["PCM", "Dolby E", "Dolby Digital", "Dolby Digital (Plus)",
 FRAME_RATES = ["23.98 fps", "24 fps", "25 fps", "29.97 fps", "30 fps"]
 
 
+def code_list(table, other_title=None, other_text=None):
+    """The code table in words, for the field dictionary."""
+    listed = "; ".join("%d %s" % (i, json.dumps(t, ensure_ascii=False)) for i, t in enumerate(table))
+    other = json.dumps(other_text) if other_text is not None else "the code in decimal"
+    title = " (title %s)" % json.dumps(other_title) if other_title else ""
+    return "codes: %s; any other code: %s%s" % (listed, other, title)
+
+
 def coded(title, dtype, table, other_title=None, other_text=None):
     titles = [title] + ([other_title] if other_title else [])
+    doc = code_list(table, other_title, other_text)
     if other_text is not None:
-        return item(titles, dtype, texts(*table, other_text))
-    return item(titles, dtype, texts(*table, decimal=True))
+        return item(titles, dtype, texts(*table, other_text), doc=doc)
+    return item(titles, dtype, texts(*table, decimal=True), doc=doc)
 
 
 def flag(title, on, off):
-    return item(title, "i", texts(on, off))
+    return item(title, "i", texts(on, off), doc="0 %s, any other value %s" % (json.dumps(off), json.dumps(on)))
 
 
 # ---- common "StatusInfo" items
@@ -144,16 +158,21 @@ def entry(keys, extra=None):
 
 
 def head(type_ids, md=None, programs=None, current=None, streams=None, atmos=True):
+    def described(schema, text):
+        return dict(schema, description=text)
     p = {"TS": {"type": "integer", "description": "seconds since the epoch when rendered"},
-         "ProtoVer": {"type": "integer"},
-         "TypeId": const_int(*type_ids),
-         "MdId": {"type": "integer"} if md is None else const_int(*md),
-         "NoOfPrograms": programs or const_int(0),
-         "CurrentProgram": current or const_int(0)}
+         "ProtoVer": {"type": "integer", "description": "record protocol version (19)"},
+         "TypeId": described(const_int(*type_ids), "stream type: 0 PCM, 1 Dolby Digital, 16 Dolby "
+                             "Digital Plus, 21 Dolby Digital Plus over IEC 61937, 24 AC-4, 28 Dolby E, 60 ED2"),
+         "MdId": described({"type": "integer"} if md is None else const_int(*md),
+                           "metadata block of the record: 0 Dolby E, 1 Dolby Digital (Plus), 2 ED2, 3 AC-4"),
+         "NoOfPrograms": described(programs or const_int(0), "programs (Dolby E) or presentations (AC-4)"),
+         "CurrentProgram": described(current or const_int(0),
+                                     "monitored program (Dolby E; 0 all) or shown presentation (AC-4, from 1)")}
     if streams:
-        p["NoOfStreams"] = streams
+        p["NoOfStreams"] = described(streams, "AC-4: presentations; ED2: 2 with the object pair, else 1; Dolby E: 0")
     if atmos:
-        p["IsAtmosPresent"] = {"type": "boolean"}
+        p["IsAtmosPresent"] = {"type": "boolean", "description": "object audio decoded and present"}
     return p
 
 
@@ -457,17 +476,119 @@ SCHEMAS = {"status": STATUS, "presentation": PRESENTATION, "decoder-state": DECO
            "reset": RESET, "scenario": SCENARIO}
 
 
+# ---- the field dictionary (docs/reference/fields.md)
+KINDS = ["PCM", "Dolby Digital (Plus)", "AC-4", "Dolby E", "ED2"]
+
+
+def jtype(s):
+    if "type" in s:
+        return s["type"]
+    if "enum" in s:
+        return {str: "string", bool: "boolean", int: "integer"}.get(type(s["enum"][0]), "")
+    return ""
+
+
+def values(s):
+    """Possible values of a leaf, in words."""
+    out = []
+    if "enum" in s:
+        out.append(", ".join(json.dumps(v, ensure_ascii=False) for v in s["enum"]))
+    for alt in s.get("anyOf", []):
+        out.append(values(alt))
+    if "pattern" in s:
+        out.append({"^-?[0-9]+$": "a decimal number"}.get(s["pattern"], "text matching `%s`" % s["pattern"]))
+    if "minimum" in s or "maximum" in s:
+        out.append("%s to %s" % (s.get("minimum", "..."), s.get("maximum", "...")))
+    return " or ".join(v for v in out if v)
+
+
+def cell(text):
+    return text.replace("|", "\\|").replace("\n", " ")
+
+
+def rows(s, path, present, out):
+    """One row per key path: leaves, and items as one row each."""
+    props = s.get("properties", {})
+    if set(props) >= {"Title", "Data", "Desc"} and "ExData" not in props:
+        title = " / ".join(props["Title"]["enum"])
+        data = props["Data"]
+        out.append((path, title, "item: " + jtype(data), values(data), values(props["Desc"]) or "text",
+                    s.get("description", ""), present))
+        return
+    if s.get("type") == "array":
+        limit = "%s to %s" % (s.get("minItems", 0), s.get("maxItems", "any"))
+        out.append((path, "", "array", limit + " entries", "", s.get("description", ""), present))
+        items = s["items"]
+        if isinstance(items, list):
+            for i, item in enumerate(items):
+                rows(item, "%s[%d]" % (path, i), "always", out)
+        else:
+            rows(items, path + "[i]", "per entry", out)
+        return
+    if props:
+        if path:
+            out.append((path, "", "object", "", "", s.get("description", ""), present))
+        required = s.get("required", [])
+        for key, sub in props.items():
+            where = "always" if key in required else "see meaning"
+            rows(sub, (path + "." if path else "") + key, where, out)
+        return
+    out.append((path, "", jtype(s), values(s), "", s.get("description", ""), present))
+
+
+def table(schema, heading):
+    out = []
+    rows(schema, "", "always", out)
+    lines = ["", heading, "", "| key path | title | JSON type | \"Data\" / value | \"Desc\" | meaning | present |",
+             "|---|---|---|---|---|---|---|"]
+    for r in out:
+        lines.append("| `%s` | %s |" % (r[0], " | ".join(cell(c) for c in r[1:])))
+    return lines
+
+
+def dictionary():
+    lines = ["# Field dictionary", "",
+             "<!-- Generated by docs/schema/gen-schemas.py with the JSON Schemas; do not edit. -->", "",
+             "Every key path of the documents the daemon publishes, from the same tables as",
+             "the JSON Schemas in [docs/schema/](../schema/README.md). `[i]` is any entry of",
+             "an array. An *item* is an object of exactly \"Title\" (the label to show),",
+             "\"Data\" (the raw value, of the type given) and \"Desc\" (the text to show);",
+             "\"present: always\" is for the document kind of the table.", "",
+             "**Cut documents.** A float that is NaN or infinite stops the daemon's JSON",
+             "writer where the number stands: the payload ends there (after `:`, `[` or `,`)",
+             "and is not JSON. This is intended; a UI keeps the previous document.",
+             "`plovrest-tap --validate` reports such a payload as *cut*.", "",
+             "**Intended odd values.** Object positions: \"Data\" is the position mapped for",
+             "display (x: 2x-1, y: 1-2y, z as is), \"Desc\" the stored 0..1 value, so x \"Data\"",
+             "-0.5 goes with \"Desc\" \"0.25\". A bed entry has \"Data\" -1, 1, 0, 0 for x, y, z,",
+             "gain with every \"Desc\" \"-\". ED2 \"SpeakerConfig\" \"Data\" is the layout label",
+             "(\"5-1\": five full-range channels and one LFE; \"1.0\" for a dynamic object),",
+             "\"Desc\" the speaker list. `Streams[i][j]` is section j (Bitstream Info,",
+             "Informational, Downmixing) of substream i; `Programs[i][j]` the same for Dolby E",
+             "program i. The presentation \"Name\" item has \"Data\" true and the name in",
+             "\"Desc\". See also [DECISIONS.md](../DECISIONS.md)."]
+    for kind, schema in zip(KINDS, STATUS["oneOf"][:-1]):
+        lines += table(schema, "## Status document: %s (%s)" % (kind, schema.get("description", "")))
+    lines += table(PRESENTATION["oneOf"][0], "## ED2 presentation and object document (`DolbyPAData>>`)")
+    lines += table(DECODER_STATE, "## Decoder state (`DolbyProcStatus`)")
+    return "\n".join(lines) + "\n"
+
+
 def main():
+    if sys.argv[1:2] == ["--dictionary"] and len(sys.argv) == 3:  # for gen-reference-docs.sh
+        pathlib.Path(sys.argv[2]).write_text(dictionary(), encoding="utf-8")
+        return 0
     check = "--check" in sys.argv[1:]
     stale = []
-    for name, schema in SCHEMAS.items():
-        path = HERE / (name + ".schema.json")
-        text = json.dumps(schema, indent=1, ensure_ascii=False) + "\n"
+    outputs = {HERE / (name + ".schema.json"): json.dumps(schema, indent=1, ensure_ascii=False) + "\n"
+               for name, schema in SCHEMAS.items()}
+    outputs[HERE.parent / "reference" / "fields.md"] = dictionary()
+    for path, text in outputs.items():
         if check:
-            if not path.exists() or path.read_text() != text:
+            if not path.exists() or path.read_text(encoding="utf-8") != text:
                 stale.append(path.name)
         else:
-            path.write_text(text)
+            path.write_text(text, encoding="utf-8")
     if stale:
         print("stale: " + ", ".join(stale) + " (run docs/schema/gen-schemas.py)", file=sys.stderr)
         return 1

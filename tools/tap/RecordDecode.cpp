@@ -32,9 +32,12 @@ bool Show(const TapOptions& options, const std::string& topicName, const std::st
   if (options.jsonl) {
     std::printf("%s\n", (options.validate ? JsonLineWithCheck(m, check) : JsonLine(m)).c_str());
   } else if (options.view == View::Pretty || options.view == View::Raw || options.view == View::Json) {
+    // Flushed in turn, so that 2>&1 keeps each summary line above its document.
+    std::fflush(stdout);
     std::fprintf(stderr, "%s\n", VisibleText(SummaryLine(m)).c_str());
     const std::string text = DocumentText(m, options.view);
     std::fputs(text.c_str(), stdout);
+    std::fflush(stdout);
     if (text.empty() && !options.validate)
       std::fprintf(stderr, "plovrest-tap: %s: not written: %s\n", m.topic.c_str(),
                    DescribeCheck(CheckDocument(m.topic, m.payload)).c_str());
