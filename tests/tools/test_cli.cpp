@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <sstream>
 
 #include "ToolProcess.h"
 #include "common/JsonText.h"
@@ -16,7 +17,9 @@ namespace {
 using ::testing::HasSubstr;
 using tooltest::RunTool;
 
-constexpr int kBadInput = 2;
+constexpr int kBadInput = 2;  // the exit statuses both tools share (tools/common/ExitStatus.h)
+constexpr int kNoFile = 4;
+constexpr int kBadFile = 5;
 
 struct BadCall {
   const char* name;
@@ -54,16 +57,16 @@ const BadCall kBadCalls[] = {
     {"SimRateWithoutDecoder", PLOVREST_SIM_PATH, {"--no-decoder", "--rate", "5"}, "--rate: the decoder is off"},
     {"SimNothingToPlay", PLOVREST_SIM_PATH, {"--no-decoder", "--no-monitors"}, "nothing is left to play"},
     {"SimEndpointPeer", PLOVREST_SIM_PATH, {"--endpoint", "daemon=tcp://127.0.0.1:1"}, "--endpoint: 'daemon' is not one of"},
-    {"SimMissingFile", PLOVREST_SIM_PATH, {"--scenario-file", "/nonexistent.json"},
-     "--scenario-file /nonexistent.json: No such file or directory"},
+    {"SimReplayAndScenario", PLOVREST_SIM_PATH, {"--replay", "x.cap", "--scenario", "ddp"}, "--scenario: not with --replay"},
     {"TapUnknownOption", PLOVREST_TAP_PATH, {"--follow"}, "unknown option '--follow'"},
-    {"TapView", PLOVREST_TAP_PATH, {"--view", "tree"}, "--view: 'tree' is not one of: summary, table, pretty, raw"},
+    {"TapView", PLOVREST_TAP_PATH, {"--view", "tree"}, "--view: 'tree' is not one of: summary, table, pretty, raw, json"},
     {"TapCount", PLOVREST_TAP_PATH, {"--count", "x"}, "--count: 'x' is not a whole number"},
     {"TapTimeout", PLOVREST_TAP_PATH, {"--timeout", "-1"}, "--timeout: -1 is out of range"},
     {"TapModes", PLOVREST_TAP_PATH, {"--jsonl", "--stats"}, "--jsonl, --stats and --view exclude each other"},
     {"TapInterval", PLOVREST_TAP_PATH, {"--interval", "1"}, "--interval: only with --stats"},
     {"TapFieldsWithoutDecode", PLOVREST_TAP_PATH, {"--fields"}, "--fields: only with --decode FILE"},
     {"TapDecodeLive", PLOVREST_TAP_PATH, {"--decode", "x.bin", "--count", "2"}, "--count: not with --decode"},
+    {"TapFieldsJsonl", PLOVREST_TAP_PATH, {"--decode", "x.bin", "--fields", "--jsonl"}, "--jsonl: not with --fields"},
     {"TapEndpoint", PLOVREST_TAP_PATH, {"--endpoint", "localhost"}, "--endpoint: 'localhost' is not an endpoint URL"},
 };
 
@@ -96,7 +99,7 @@ TEST_F(ToolFiles, BadScenarioFileNamesFileAndField) {
       std::vector<std::string> args = {"--scenario-file", Path("report.json"), mode};
       if (std::string(mode) == "--write-record") args.push_back(Path("out.bin"));
       const auto r = RunTool(PLOVREST_SIM_PATH, args);
-      EXPECT_EQ(r.status, kBadInput) << c.text;
+      EXPECT_EQ(r.status, kBadFile) << c.text;
       EXPECT_THAT(r.err, HasSubstr(c.expected));
       EXPECT_FALSE(std::ifstream(Path("out.bin")).good()) << "no record is written from a bad file";
     }
@@ -139,20 +142,71 @@ TEST_F(ToolFiles, WriteRecordThenDecodeGivesTheFieldsBack) {
   EXPECT_THAT(table.out, ::testing::ContainsRegex("Streams\\[0\\]\\[0\\]\\.BitstreamInfo\\.Datarate +[^ ].* +640 "));
 }
 
-TEST_F(ToolFiles, DecodeRefusesFilesThatAreNotARecord) {
+// A missing file and a file of the wrong kind give the same status in both tools.
+TEST_F(ToolFiles, BothToolsRefuseMissingAndBadFilesAlike) {
   tooltest::WriteText(Path("short.bin"), std::string(100, '\0'));
-  const auto shortFile = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("short.bin")});
-  EXPECT_EQ(shortFile.status, kBadInput);
-  EXPECT_THAT(shortFile.err, HasSubstr("--decode " + Path("short.bin") + ": 100 bytes; a decoder record has 33704"));
-
-  const auto missing = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("none.bin")});
-  EXPECT_EQ(missing.status, 1);
-  EXPECT_THAT(missing.err, HasSubstr("No such file or directory"));
+  const struct {
+    const char* binary;
+    std::vector<std::string> args;
+    int status;
+    std::string expected;
+  } cases[] = {
+      {PLOVREST_TAP_PATH, {"--decode", Path("short.bin")}, kBadFile,
+       "--decode " + Path("short.bin") + ": 100 bytes; a decoder record has 33704"},
+      {PLOVREST_SIM_PATH, {"--replay", Path("short.bin")}, kBadFile, "not a capture file"},
+      {PLOVREST_TAP_PATH, {"--capture", Path("short.bin"), "--count", "1"}, kBadFile, "not a capture file"},
+      {PLOVREST_TAP_PATH, {"--decode", Path("none.bin")}, kNoFile, "none.bin: No such file or directory"},
+      {PLOVREST_SIM_PATH, {"--replay", Path("none.bin")}, kNoFile, "none.bin: No such file or directory"},
+      {PLOVREST_SIM_PATH, {"--scenario-file", Path("none.json")}, kNoFile, "none.json: No such file or directory"},
+  };
+  for (const auto& c : cases) {
+    const auto r = RunTool(c.binary, c.args);
+    EXPECT_EQ(r.status, c.status) << c.args[0] << ": " << r.err;
+    EXPECT_THAT(r.err, HasSubstr(c.expected));
+    EXPECT_EQ(r.out, "");
+  }
 
   tooltest::WriteText(Path("old.bin"), std::string("\x12\0\0\0", 4) + std::string(33700, '\0'));
   const auto old = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("old.bin"), "--view", "summary"});
   EXPECT_EQ(old.status, 0);
   EXPECT_THAT(old.err, HasSubstr("protoVer is 18"));
+}
+
+// --decode for scripts: stdout holds only the documents, --validate names a
+// document cut at a NaN as cut, and --jsonl carries the verdict.
+TEST_F(ToolFiles, DecodeWritesOnlyDocumentsAndValidates) {
+  tooltest::WriteText(Path("nan.json"), R"({"record": {"typeId": "ddp", "atmosDecode": 1, "ddp": {"atmosPresent": 1,
+      "numDynObjects": 1, "objects": [{"x": "nan"}]}}})");
+  ASSERT_EQ(RunTool(PLOVREST_SIM_PATH, {"--scenario", "ed2", "--write-record", Path("ed2.bin")}).status, 0);
+  ASSERT_EQ(RunTool(PLOVREST_SIM_PATH, {"--scenario-file", Path("nan.json"), "--write-record", Path("nan.bin")}).status, 0);
+
+  const auto json = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("ed2.bin"), "--view", "json", "--validate"});
+  ASSERT_EQ(json.status, 0) << json.err;
+  std::istringstream lines(json.out);
+  std::string line, error;
+  int documents = 0;
+  for (; std::getline(lines, line); ++documents) {
+    rapidjson::Document doc;
+    EXPECT_TRUE(tools::ParseJsonText(line, doc, error)) << error << "\n" << line;
+  }
+  EXPECT_EQ(documents, 2);  // the status and the presentation document
+  EXPECT_THAT(json.err, HasSubstr("DolbyPAData>>: valid"));
+
+  const auto one = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("ed2.bin"), "--view", "pretty", "--topic", "DolbyMetadataGrp"});
+  rapidjson::Document doc;
+  EXPECT_TRUE(tools::ParseJsonText(one.out, doc, error)) << error;
+  EXPECT_EQ(doc["TypeId"].GetInt(), 60);
+
+  const auto cut = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("nan.bin"), "--view", "json", "--validate"});
+  EXPECT_EQ(cut.status, 0) << "a cut document is designed behaviour, not an invalid one";
+  EXPECT_EQ(cut.out, "");
+  EXPECT_THAT(cut.err, HasSubstr("DolbyMetadataGrp: cut at byte"));
+  EXPECT_THAT(cut.err, HasSubstr("(AtmosInfo.ExData[0].PaObjects[0].x.Data): a non-finite number"));
+
+  const auto jsonl = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("nan.bin"), "--jsonl", "--validate"});
+  ASSERT_TRUE(tools::ParseJsonText(jsonl.out, doc, error)) << error << jsonl.out;
+  EXPECT_STREQ(doc["check"]["kind"].GetString(), "cut");
+  EXPECT_TRUE(doc.HasMember("text") && !doc.HasMember("payload"));
 }
 
 TEST(Help, DescribesOptionsAndExamples) {

@@ -6,11 +6,15 @@
 #include <gtest/gtest.h>
 
 #include <csignal>
+#include <algorithm>
+#include <cstdlib>
+#include <set>
 #include <sstream>
 
 #include "ToolProcess.h"
 #include "common/JsonText.h"
 #include "tap/DocFormat.h"
+#include "tap/MessageView.h"
 
 namespace {
 
@@ -79,6 +83,58 @@ TEST_F(DaemonLoop, DecodeStopKeyEmptiesThePresentationDocument) {
   std::getline(lines, second);
   EXPECT_THAT(first, HasSubstr("2 presentation(s)"));
   EXPECT_THAT(second, HasSubstr("{} (no document)"));
+}
+
+// The status documents of a jsonl output, without "TS", as a set.
+std::set<std::string> Documents(const std::string& jsonl) {
+  std::set<std::string> docs;
+  std::istringstream lines(jsonl);
+  std::string line, error;
+  while (std::getline(lines, line)) {
+    rapidjson::Document doc;
+    if (!tools::ParseJsonText(line, doc, error) || !doc.HasMember("payload")) continue;
+    docs.insert(tap::WithoutTimestamp(tools::CompactJson(doc["payload"])));
+  }
+  return docs;
+}
+
+// A field report: the tap captures what the decoder sends to a running
+// daemon; replayed into a fresh daemon, the capture yields the same status
+// documents ("TS" aside) as the running daemon published and as --decode renders.
+TEST_F(DaemonLoop, CaptureReplaysIntoTheSameDocuments) {
+  const std::string dir = tooltest::MakeTempDir();
+  const std::string capture = dir + "/field.cap";
+  tooltest::WriteText(dir + "/demo.json", R"({"steps": [{"use": "ddp", "hold": 0.5}, {"use": "pcm", "hold": 0.5},
+      {"use": "dolby-e", "hold": 0.5}]})");
+  Start({"--scenario-file", dir + "/demo.json", "--rate", "10", "--zoom", "on", "--decoder-state", "processing", "-q"});
+  ToolProcess running(PLOVREST_TAP_PATH, {"--jsonl", "--topic", "DolbyMetadataGrp", "--timeout", "120"});
+  ASSERT_TRUE(running.WaitForStdout("\"TypeId\"", kExitWait)) << running.Stderr();
+  const auto captured = tooltest::RunTool(
+      PLOVREST_TAP_PATH, {"--endpoint", "tcp://169.254.2.3:2002", "--capture", capture, "--count", "25", "--timeout", "60"},
+      kExitWait);
+  ASSERT_EQ(captured.status, 0) << captured.err;
+  running.Signal(SIGTERM);
+  ASSERT_EQ(running.Wait(kExitWait), std::optional<int>(0));
+  TearDown();
+  mSim.reset();
+
+  mDaemon = std::make_unique<ToolProcess>(PLOVRESTD_BIN_PATH, std::vector<std::string>{"-s", "2", "-i", "lo"});
+  ToolProcess replayed(PLOVREST_TAP_PATH, {"--jsonl", "--topic", "DolbyMetadataGrp", "--timeout", "120"});
+  const auto replay = tooltest::RunTool(
+      PLOVREST_SIM_PATH, {"--replay", capture, "--zoom", "on", "--decoder-state", "processing", "-q"}, kExitWait);
+  ASSERT_EQ(replay.status, 0) << replay.err;
+  replayed.Signal(SIGTERM);
+  ASSERT_EQ(replayed.Wait(kExitWait), std::optional<int>(0));
+
+  const auto decoded = tooltest::RunTool(PLOVREST_TAP_PATH, {"--decode", capture, "--jsonl", "--topic", "DolbyMetadataGrp"});
+  ASSERT_EQ(decoded.status, 0) << decoded.err;
+  const std::set<std::string> fromCapture = Documents(decoded.out);
+  const std::set<std::string> fromReplay = Documents(replayed.Stdout());
+  const std::set<std::string> fromRunning = Documents(running.Stdout());
+  EXPECT_EQ(fromCapture.size(), 3u) << "25 records at 10 per second hold the three steps";
+  EXPECT_EQ(fromReplay, fromCapture);
+  EXPECT_TRUE(std::includes(fromRunning.begin(), fromRunning.end(), fromReplay.begin(), fromReplay.end()));
+  std::system(("rm -rf " + dir).c_str());
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include "PADMetadataJsonDecStatus.h"
 #include "common/JsonText.h"
 #include "scenario/Scenario.h"
+#include "tap/DocCheck.h"
 #include "tap/DocFormat.h"
 #include "tap/MessageView.h"
 #include "tap/TopicStats.h"
@@ -213,6 +214,38 @@ TEST(TopicStats, RatesOverTheWindowAndTheLatestState) {
   const std::string report = stats.Report(7.0);
   EXPECT_THAT(report, ::testing::ContainsRegex("DolbyMetadataGrp +40 +4\\.6 "));
   EXPECT_THAT(report, HasSubstr("decoder state: Decoding (Dolby Preset)"));
+  EXPECT_THAT(report, ::testing::Not(HasSubstr("INVALID")));
+  stats.AddVerdict(topic::kDolbyMetadataGrp, true, false);
+  stats.AddVerdict(topic::kDolbyMetadataGrp, false, true);
+  stats.AddVerdict(topic::kDolbyMetadataGrp, false, true);
+  EXPECT_THAT(stats.Report(7.0), ::testing::ContainsRegex("INVALID +CUT\n.*DolbyMetadataGrp +40 .* +1 +2\n"));
+}
+
+// The verdict of --validate: by topic, the first violation of the schema.
+TEST(DocCheck, NamesTheFirstViolationOrTheCut) {
+  const struct {
+    const char* topic;
+    const char* payload;
+    tap::DocCheck::Kind kind;
+    const char* path;
+    const char* rule;
+  } cases[] = {
+      {topic::kDolbyProcStatus, R"({"Status" : "Decoding", "Event" : ""})", tap::DocCheck::Kind::Ok, "", ""},
+      {topic::kDolbyProcStatus, R"({"Status" : "Dancing", "Event" : ""})", tap::DocCheck::Kind::Schema, "/Status", "enum"},
+      {topic::kDolbyMetadataGrp, "{}", tap::DocCheck::Kind::Ok, "", ""},
+      {topic::kDolbyMetadataGrpRepub, R"({"TS":1})", tap::DocCheck::Kind::Schema, "/", "oneOf"},
+      {topic::kDolbyPAData, R"({"TS":1,"NoPresentations":0,"ActivePANo":0,"ActivePAName":"","X":1})",
+       tap::DocCheck::Kind::Schema, "/X", "additionalProperties"},
+      {topic::kDolbyMetadataGrp, R"({"TS":1,"A":[{"x":)", tap::DocCheck::Kind::Cut, "A[0].x", ""},
+      {"OtherTopic", R"({"anything":1})", tap::DocCheck::Kind::Ok, "", ""},
+  };
+  for (const auto& c : cases) {
+    const tap::DocCheck check = tap::CheckDocument(c.topic, c.payload);
+    EXPECT_EQ(tap::DocCheckName(check.kind), tap::DocCheckName(c.kind)) << c.payload;
+    if (check.kind == tap::DocCheck::Kind::Ok) continue;
+    EXPECT_EQ(check.path, c.path) << c.payload;
+    EXPECT_EQ(check.rule, c.rule) << c.payload;
+  }
 }
 
 }  // namespace

@@ -14,6 +14,7 @@ namespace sim {
 namespace {
 
 constexpr double kSubscriptionQuiet = 0.1;  // s: a burst of subscriptions ends
+constexpr double kReplayLead = 1.0;         // s: a replay starts this long after the decoder's subscriber
 constexpr std::size_t kShortPayload = 72;
 
 std::string TypeName(int32_t typeId) {
@@ -71,6 +72,7 @@ void Player::SendEvent(const tools::MonitorMessage& message, const std::string& 
 }
 
 void Player::UpdateStep(double t) {
+  if (!mOptions.replayFile.empty()) return;  // every record is a step
   const std::size_t step = mScenario.StepAt(t + mStepOffset);
   if (step == mStep) return;
   mStep = step;
@@ -89,7 +91,21 @@ void Player::SkipToNextStep(double t) {
   mStepOffset += nextStart - position;
 }
 
+void Player::ReplayIfDue(double t) {
+  if (mReplayStart < 0 || mPaused) return;
+  const auto& steps = mScenario.steps;
+  while (mReplayNext < steps.size() && t >= mReplayStart + mReplayAt) {
+    const auto& rec = steps[mReplayNext].record;
+    if (mPeers.decoder->Send(topic::kDolbyMetadataEvent, &rec, sizeof rec)) ++mRecords;
+    mReplayAt += mOptions.rateGiven ? 1.0 / mOptions.rate : steps[mReplayNext].hold;
+    ++mReplayNext;
+  }
+  // The last record has gone: linger a moment so that it leaves the socket.
+  if (mReplayNext >= steps.size() && t >= mReplayStart + mReplayAt + kReplayLead) mQuit = true;
+}
+
 void Player::SendRecordIfDue(double t) {
+  if (!mOptions.replayFile.empty()) return ReplayIfDue(t);
   if (mPeers.decoder == nullptr || mPaused || t < mNextRecord) return;
   const auto& rec = mScenario.steps[mStep].record;
   if (mPeers.decoder->Send(topic::kDolbyMetadataEvent, &rec, sizeof rec)) ++mRecords;
@@ -129,6 +145,10 @@ void Player::HandleSubscriptions(double t) {
     // A subscriber to everything gets every topic: the list says no more.
     if (everything && mOptions.verbosity < 2) list = "(everything)";
     Say(1, it->publisher->Name(), "subscribed: " + list);
+    if (!mOptions.replayFile.empty() && it->publisher == mPeers.decoder && mReplayStart < 0) {
+      mReplayStart = t + kReplayLead;
+      Say(1, "replay", std::to_string(mScenario.steps.size()) + " record(s) from " + mOptions.replayFile);
+    }
     const int resent = it->publisher->ResendLatched();
     mMonitorMessages += resent;
     if (resent > 0) Say(2, it->publisher->Name(), "sent the current state again (" + std::to_string(resent) + " message(s))");
@@ -180,7 +200,11 @@ bool Player::HandleKeys(const std::string& keys, double t) {
 
 int Player::PollTimeoutMs(double t) const {
   double next = t + 0.1;
-  if (mPeers.decoder != nullptr && !mPaused) next = std::min(next, mNextRecord);
+  if (!mOptions.replayFile.empty()) {
+    if (mReplayStart >= 0 && !mPaused) next = std::min(next, mReplayStart + mReplayAt);
+  } else if (mPeers.decoder != nullptr && !mPaused) {
+    next = std::min(next, mNextRecord);
+  }
   if (mNextEvent < mScenario.events.size()) next = std::min(next, mScenario.events[mNextEvent].at);
   for (const auto& p : mPending) next = std::min(next, p.due);
   if (mOptions.duration > 0) next = std::min(next, mOptions.duration);

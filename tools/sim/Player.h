@@ -47,6 +47,7 @@ class Player {
   void UpdateStep(double t);
   void SkipToNextStep(double t);
   void SendRecordIfDue(double t);
+  void ReplayIfDue(double t);
   void HandleSubscriptions(double t);
   void HandleSinks();
   bool HandleKeys(const std::string& keys, double t);
@@ -66,6 +67,11 @@ class Player {
   long mMonitorMessages = 0;
   long mSinkMessages = 0;
   double mElapsed = 0;
+  // --replay: the steps are the captured records, each "hold" the time to the
+  // next; the replay starts kReplayLead after the decoder's subscriber.
+  double mReplayStart = -1;
+  std::size_t mReplayNext = 0;
+  double mReplayAt = 0;  // offset of the next record from the replay's start
 
   struct PendingSubscription {
     Publisher* publisher;

@@ -37,6 +37,9 @@ std::string SimUsage() {
          "What the decoder sends:\n"
          "  --scenario NAME        built-in scenario (default ddp); see --list\n"
          "  --scenario-file FILE   scenario file (JSON); see tools/scenarios/ for examples\n"
+         "  --replay FILE          play a capture of plovrest-tap --capture back once, with\n"
+         "                         its original timing (or at --rate), starting a second\n"
+         "                         after the daemon subscribes; ends after the last record\n"
          "  --list                 list the built-in scenarios and exit\n"
          "  --rate HZ              records per second, 0.1 to 1000 (default 10)\n"
          "  --duration S           stop after S seconds (default: run until Ctrl-C)\n"
@@ -75,19 +78,21 @@ std::string SimUsage() {
          "  -h, --help             this text\n"
          "  --version              the version\n"
          "\n"
-         "Exit status: 0 done, 1 runtime failure (bind, file), 2 bad arguments or scenario.\n"
+         "Exit status: 0 done, 1 runtime failure (bind, write), 2 bad arguments,\n"
+         "4 missing or unreadable file, 5 bad file (scenario, capture).\n"
          "\n"
          "Examples:\n"
          "  plovrest-sim --scenario all --rate 10 --duration 5 --zoom on\n"
          "  plovrest-sim --scenario ed2 --zoom on --lines 9,10,1000 --at '10:zoom off'\n"
-         "  plovrest-sim --scenario-file report.json --write-record report.bin\n";
+         "  plovrest-sim --scenario-file report.json --write-record report.bin\n"
+         "  plovrest-sim --replay field.cap --zoom on\n";
   text.replace(text.find("%EVENTS%"), 8, tools::MonitorEventSyntax());
   return text;
 }
 
 bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error) {
   tools::ArgParser args(argc, argv,
-                        {{"scenario", 0, true},      {"scenario-file", 0, true},
+                        {{"scenario", 0, true},      {"scenario-file", 0, true}, {"replay", 0, true},
                          {"list", 0, false},         {"rate", 0, true},
                          {"duration", 0, true},      {"count", 0, true},
                          {"no-decoder", 0, false},   {"zoom", 0, true},
@@ -105,6 +110,8 @@ bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error)
   while (args.Next(name, value)) {
     if (name == "scenario") {
       out.scenarioName = value;
+    } else if (name == "replay") {
+      out.replayFile = value;
     } else if (name == "scenario-file") {
       out.scenarioFile = value;
     } else if (name == "list") {
@@ -183,6 +190,16 @@ bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error)
     return false;
   }
   const bool fileMode = !out.writeRecord.empty() || out.showRecord;
+  if (!out.replayFile.empty()) {
+    const char* other = !out.scenarioName.empty() ? "--scenario" : !out.scenarioFile.empty() ? "--scenario-file"
+                        : fileMode ? (out.showRecord ? "--show-record" : "--write-record")
+                        : !out.decoder ? "--no-decoder" : nullptr;
+    if (other != nullptr) {
+      error = std::string(other) + ": not with --replay, which plays a capture";
+      return false;
+    }
+  }
+  out.rateGiven = rateGiven;
   if (out.step != 0 && !fileMode) {
     error = "--step: only with --write-record or --show-record";
     return false;

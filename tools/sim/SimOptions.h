@@ -16,6 +16,8 @@ struct TimedEventText {
 struct SimOptions {
   std::string scenarioName;  // built-in scenario
   std::string scenarioFile;
+  std::string replayFile;    // capture to play back (plovrest-tap --capture)
+  bool rateGiven = false;    // --rate given (a replay then ignores the captured times)
   double rate = 10.0;        // records per second
   double duration = 0.0;     // seconds; 0 runs until interrupted
   long count = 0;            // records; 0 is no limit

@@ -8,6 +8,10 @@
 
 #include <zmq.h>
 
+#include "Record/DolbyMetadataRecord.h"
+#include "common/ExitStatus.h"
+#include "common/JsonText.h"
+#include "record/Capture.h"
 #include "record/RecordReadBack.h"
 #include "scenario/BuiltinScenarios.h"
 #include "scenario/Scenario.h"
@@ -18,15 +22,34 @@
 namespace {
 
 constexpr const char* kVersion = "plovrest-sim 0.1.0";
-constexpr int kExitFailure = 1;
-constexpr int kExitBadInput = 2;
 
 volatile std::sig_atomic_t gStop = 0;
 void OnSignal(int) { gStop = 1; }
 
-int BadInput(const std::string& message) {
+int BadInput(const std::string& message, int status = tools::kExitBadArguments) {
   std::fprintf(stderr, "plovrest-sim: %s\n", message.c_str());
-  return kExitBadInput;
+  return status;
+}
+
+// A capture as a scenario: one step per record, each held until the next
+// record's receive time (the last for no time).
+int LoadReplay(const std::string& path, tools::Scenario& out) {
+  std::vector<tools::CapturedRecord> records;
+  std::string error;
+  const tools::CaptureStatus status = tools::ReadCapture(path, records, error);
+  if (status != tools::CaptureStatus::Ok)
+    return BadInput("--replay " + error,
+                    status == tools::CaptureStatus::NoFile ? tools::kExitNoFile : tools::kExitBadFile);
+  if (records.empty()) return BadInput("--replay " + path + ": a capture without records", tools::kExitBadFile);
+  out.name = path;
+  out.description = "replay of " + std::to_string(records.size()) + " captured record(s)";
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    tools::ScenarioStep step;
+    step.record = records[i].record;
+    step.hold = i + 1 < records.size() ? std::max(0.0, records[i + 1].time - records[i].time) : 0.0;
+    out.steps.push_back(step);
+  }
+  return tools::kExitDone;
 }
 
 int ListScenarios() {
@@ -51,7 +74,7 @@ int WriteOrShowRecord(const sim::SimOptions& options, const tools::Scenario& sce
     out.close();
     if (!out) {
       std::fprintf(stderr, "plovrest-sim: --write-record: cannot write %s\n", options.writeRecord.c_str());
-      return kExitFailure;
+      return tools::kExitFailure;
     }
     if (options.verbosity > 0 && !options.showRecord)
       std::printf("wrote %s: %zu bytes, step %ld of %zu of scenario '%s' (typeId %d, mdType %u)\n",
@@ -115,7 +138,7 @@ int main(int argc, char** argv) {
   std::string error;
   if (!sim::ParseSimOptions(argc, argv, options, error)) {
     std::fprintf(stderr, "plovrest-sim: %s\nTry 'plovrest-sim --help'.\n", error.c_str());
-    return kExitBadInput;
+    return tools::kExitBadArguments;
   }
   if (options.help) {
     std::fputs(sim::SimUsage().c_str(), stdout);
@@ -128,9 +151,14 @@ int main(int argc, char** argv) {
   if (options.list) return ListScenarios();
 
   tools::Scenario scenario;
-  if (!options.scenarioFile.empty()) {
+  if (!options.replayFile.empty()) {
+    if (const int status = LoadReplay(options.replayFile, scenario)) return status;
+  } else if (!options.scenarioFile.empty()) {
+    std::string text;
+    if (!tools::ReadFile(options.scenarioFile, text, error))
+      return BadInput("--scenario-file " + error, tools::kExitNoFile);
     if (!tools::LoadScenarioFile(options.scenarioFile, scenario, error))
-      return BadInput("--scenario-file " + error);
+      return BadInput("--scenario-file " + error, tools::kExitBadFile);
   } else if (!tools::LoadBuiltinScenario(options.scenarioName.empty() ? "ddp" : options.scenarioName,
                                          scenario, error)) {
     return BadInput("--scenario: " + error);
@@ -155,7 +183,7 @@ int main(int argc, char** argv) {
     Peers peers;
     if (!BindPeers(options, context.get(), peers, error)) {
       std::fprintf(stderr, "plovrest-sim: %s\n", error.c_str());
-      return kExitFailure;
+      return tools::kExitFailure;
     }
     std::signal(SIGINT, OnSignal);
     std::signal(SIGTERM, OnSignal);

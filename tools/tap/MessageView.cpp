@@ -113,6 +113,7 @@ bool ViewFromName(const std::string& name, View& out) {
   else if (name == "table") out = View::Table;
   else if (name == "pretty") out = View::Pretty;
   else if (name == "raw") out = View::Raw;
+  else if (name == "json") out = View::Json;
   else return false;
   return true;
 }
@@ -161,9 +162,20 @@ std::string VisibleText(const std::string& text) {
   return out;
 }
 
+std::string DocumentText(const Message& m, View view) {
+  if (view == View::Summary || view == View::Table) return std::string();
+  if (!IsText(m.payload)) return std::string();  // a decoder record: see Gist and JsonLine
+  if (view == View::Raw) return m.payload + "\n";
+  rapidjson::Document doc;
+  if (!ParseDocument(m.payload, doc)) return view == View::Json ? std::string() : VisibleText(m.payload) + "\n";
+  if (view == View::Json) return tools::CompactJson(doc) + "\n";
+  return VisibleText(tools::PrettyJson(doc)) + "\n";
+}
+
 std::string FormatMessage(const Message& m, View view) {
   std::string text = VisibleText(SummaryLine(m)) + "\n";
   if (view == View::Summary) return text;
+  if (view == View::Json) return text + DocumentText(m, view);
   if (view == View::Raw) {
     if (IsText(m.payload)) return text + m.payload + "\n";
     return text;

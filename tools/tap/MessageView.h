@@ -14,7 +14,7 @@ struct Message {
   int frames = 2;
 };
 
-enum class View { Summary, Table, Pretty, Raw };
+enum class View { Summary, Table, Pretty, Raw, Json };
 
 bool ViewFromName(const std::string& name, View& out);
 
@@ -25,8 +25,14 @@ std::string Gist(const Message& message);
 // "12:00:01.250  DolbyMetadataGrp  <gist>"
 std::string SummaryLine(const Message& message);
 
-// The summary line, followed for the table, pretty and raw views by the
-// payload in that form. Raw gives the payload's bytes as received; the other
+// The payload alone in the pretty, raw or json (compact, one line) form,
+// ending with a line feed. A payload that is not JSON comes as it is in the
+// raw form, through VisibleText in the pretty one, and not at all in json. Empty for the summary
+// and table views and for a payload that is not text (a decoder record).
+std::string DocumentText(const Message& message, View view);
+
+// The summary line, followed for the table, pretty, raw and json views by
+// the payload in that form. Raw gives the payload's bytes as received; the other
 // views go through VisibleText.
 std::string FormatMessage(const Message& message, View view);
 

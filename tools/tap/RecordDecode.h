@@ -1,5 +1,6 @@
 #pragma once
-// plovrest-tap --decode FILE: a captured decoder record shown as the daemon
+// plovrest-tap --decode FILE: a record file (one decoder record) or a capture
+// (records with receive times, see record/Capture.h) shown as the daemon
 // renders it, or as its fields.
 
 #include <string>
@@ -8,7 +9,8 @@
 
 namespace tap {
 
-// Prints to standard output; returns the exit status (errors on stderr).
+// Writes the documents (or the fields) to standard output and everything
+// else to standard error; returns the exit status (tools/common/ExitStatus.h).
 int DecodeRecordFile(const TapOptions& options);
 
 }  // namespace tap

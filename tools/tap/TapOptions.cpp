@@ -18,6 +18,7 @@ const char* TapUsage() {
          "                       table: the items of each document (key, title, data, desc)\n"
          "                       pretty: each document as indented JSON\n"
          "                       raw: each payload as received\n"
+         "                       json: each document as one line of compact JSON\n"
          "  --changes            show a document only when it differs from the previous one\n"
          "                       on its topic (its \"TS\" time stamp aside)\n"
          "  --stats              instead of messages, every --interval seconds: per-topic\n"
@@ -28,24 +29,34 @@ const char* TapUsage() {
          "  --timeout S          exit after S seconds (status 3 if --count was not reached)\n"
          "  --endpoint URL       subscribe to URL instead of the daemon's endpoint; the\n"
          "                       decoder's (tcp://169.254.2.3:2002) shows its records\n"
-         "  --capture FILE       write each decoder record received to FILE (the last stays)\n"
+         "  --capture FILE       append each decoder record received, with its receive\n"
+         "                       time, to FILE (plovrest-sim --replay plays it back)\n"
+         "  --validate           check each document against its JSON Schema; an invalid\n"
+         "                       one is marked with the first violation (JSON pointer and\n"
+         "                       rule), a document cut at a NaN or infinite number as cut;\n"
+         "                       --stats counts both\n"
          "\n"
          "Record files:\n"
          "  --decode FILE        render a captured record (33,704 bytes) as the daemon\n"
-         "                       does, shown with --view (default table)\n"
+         "                       does, shown with --view (default table) or --jsonl;\n"
+         "                       with --view pretty, raw or json stdout holds only the\n"
+         "                       documents and the summary lines go to stderr; an ED2\n"
+         "                       record gives two documents, --topic picks one\n"
          "  --fields             with --decode: the record's fields as JSON instead, in the\n"
          "                       form plovrest-sim --scenario-file takes\n"
          "\n"
          "  -h, --help           this text\n"
          "  --version            the version\n"
          "\n"
-         "Exit status: 0 done, 1 runtime failure (connect, file), 2 bad arguments or\n"
-         "file, 3 --timeout before --count messages.\n"
+         "Exit status: 0 done, 1 runtime failure (connect, write), 2 bad arguments,\n"
+         "3 --timeout before --count messages, 4 missing or unreadable file, 5 bad file,\n"
+         "6 --validate found an invalid document.\n"
          "\n"
          "Examples:\n"
          "  plovrest-tap --topic DolbyMetadataGrp --view table --changes\n"
          "  plovrest-tap --jsonl --count 20 --timeout 10\n"
-         "  plovrest-tap --decode report.bin\n";
+         "  plovrest-tap --decode report.bin\n"
+         "  plovrest-tap --decode report.bin --view json --validate | python3 -m json.tool\n";
 }
 
 namespace {
@@ -78,7 +89,8 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
                          {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
                          {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
                          {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
-                         {"http", 0, true},     {"help", 'h', false},  {"version", 0, false}});
+                         {"http", 0, true},     {"help", 'h', false},  {"version", 0, false},
+                         {"validate", 0, false}});
   std::string name, value;
   bool intervalGiven = false;
   while (args.Next(name, value)) {
@@ -95,7 +107,7 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
       }
       out.topics.push_back(value);
     } else if (name == "view") {
-      if (!tools::ParseChoice(name, value, {"summary", "table", "pretty", "raw"}, error)) return false;
+      if (!tools::ParseChoice(name, value, {"summary", "table", "pretty", "raw", "json"}, error)) return false;
       ViewFromName(value, out.view);
       out.viewGiven = true;
     } else if (name == "jsonl") {
@@ -113,6 +125,8 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
       if (!tools::ParseNumber(name, value, 0.001, 7 * 24 * 3600.0, out.timeout, error)) return false;
     } else if (name == "decode") {
       out.decodeFile = value;
+    } else if (name == "validate") {
+      out.validate = true;
     } else if (name == "fields") {
       out.fields = true;
     } else if (name == "capture") {
@@ -143,12 +157,17 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
     return false;
   }
   if (!out.decodeFile.empty()) {
-    if (out.fields && out.viewGiven) {
-      error = "--fields and --view exclude each other";
+    if (out.fields && (out.viewGiven || out.jsonl || out.validate)) {
+      error = std::string(out.viewGiven ? "--view" : out.jsonl ? "--jsonl" : "--validate") +
+              ": not with --fields, which writes the record's fields";
       return false;
     }
-    const char* live = out.jsonl ? "--jsonl" : out.stats ? "--stats" : out.changes ? "--changes"
-                       : out.count ? "--count" : out.timeout > 0 ? "--timeout" : !out.topics.empty() ? "--topic"
+    if (out.jsonl && out.viewGiven) {
+      error = "--jsonl and --view exclude each other";
+      return false;
+    }
+    const char* live = out.stats ? "--stats" : out.changes ? "--changes"
+                       : out.count ? "--count" : out.timeout > 0 ? "--timeout"
                        : !out.endpoint.empty() ? "--endpoint" : !out.captureFile.empty() ? "--capture"
                        : out.httpPort >= 0 ? "--http" : nullptr;
     if (live != nullptr) {

@@ -21,6 +21,7 @@ struct TapOptions {
   double timeout = 0;               // seconds; 0 waits for ever
   std::string decodeFile;
   bool fields = false;
+  bool validate = false;            // check documents against their JSON Schemas
   std::string captureFile;
   std::string httpHost = "127.0.0.1";  // --http [ADDR:]PORT: the web view
   int httpPort = -1;                    // -1: no web view; 0: any free port

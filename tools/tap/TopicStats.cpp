@@ -20,6 +20,13 @@ void TopicStats::Add(const Message& message, double now) {
     mStream = Gist(message);
 }
 
+void TopicStats::AddVerdict(const std::string& topic, bool invalid, bool cut) {
+  mValidated = true;
+  Topic& t = mTopics[topic];
+  if (invalid) ++t.invalid;
+  if (cut) ++t.cut;
+}
+
 double TopicStats::Rate(const std::string& topic, double now) const {
   const auto it = mTopics.find(topic);
   if (it == mTopics.end()) return 0;
@@ -39,12 +46,18 @@ long TopicStats::Count(const std::string& topic) const {
 std::string TopicStats::Report(double now) const {
   std::string text;
   char line[256];
-  std::snprintf(line, sizeof line, "%-24s %8s %8s %8s %8s\n", "TOPIC", "COUNT", "RATE/s", "BYTES", "AGO/s");
+  std::snprintf(line, sizeof line, "%-24s %8s %8s %8s %8s", "TOPIC", "COUNT", "RATE/s", "BYTES", "AGO/s");
   text += line;
+  text += mValidated ? "  INVALID      CUT\n" : "\n";
   for (const auto& [name, t] : mTopics) {
-    std::snprintf(line, sizeof line, "%-24s %8ld %8.1f %8zu %8.1f\n", name.c_str(), t.count, Rate(name, now),
+    std::snprintf(line, sizeof line, "%-24s %8ld %8.1f %8zu %8.1f", name.c_str(), t.count, Rate(name, now),
                   t.bytes, now - t.last);
     text += line;
+    if (mValidated) {
+      std::snprintf(line, sizeof line, " %8ld %8ld", t.invalid, t.cut);
+      text += line;
+    }
+    text += "\n";
   }
   text += "decoder state: " + (mState.empty() ? std::string("(none received)") : mState) + "\n";
   text += "stream:        " + (mStream.empty() ? std::string("(none received)") : mStream) + "\n";

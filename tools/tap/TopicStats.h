@@ -23,7 +23,13 @@ class TopicStats {
     double first = 0;
     double last = 0;
     std::deque<double> recent;  // arrival times within the window
+    long invalid = 0;           // --validate: documents that are not valid
+    long cut = 0;               // --validate: documents cut at a non-finite number
   };
+
+  // Counts the verdict of --validate on a message of `topic` (added with Add);
+  // from the first call on, the report has INVALID and CUT columns.
+  void AddVerdict(const std::string& topic, bool invalid, bool cut);
 
   // Messages per second over the last `window` seconds (or since the first
   // message when that is more recent).
@@ -39,6 +45,7 @@ class TopicStats {
 
  private:
   double mWindow;
+  bool mValidated = false;
   std::map<std::string, Topic> mTopics;
   std::string mState;   // from the latest "DolbyProcStatus"
   std::string mStream;  // gist of the latest status document

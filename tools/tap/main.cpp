@@ -8,6 +8,9 @@
 #include <memory>
 
 #include "Record/DolbyMetadataRecord.h"
+#include "common/ExitStatus.h"
+#include "record/Capture.h"
+#include "tap/DocCheck.h"
 #include "tap/EventHub.h"
 #include "tap/HttpView.h"
 #include "tap/MessageView.h"
@@ -20,9 +23,6 @@
 namespace {
 
 constexpr const char* kVersion = "plovrest-tap 0.1.0";
-constexpr int kExitFailure = 1;
-constexpr int kExitBadInput = 2;
-constexpr int kExitTimedOut = 3;
 constexpr std::size_t kWebMaxBrowsers = 16;
 constexpr std::size_t kWebMaxTopics = 64;
 constexpr double kWebRatesInterval = 1.0;  // seconds between rate events to the browsers
@@ -42,19 +42,29 @@ bool Wanted(const tap::TapOptions& options, const std::string& topic) {
   return false;
 }
 
-bool Capture(const std::string& file, const std::string& payload) {
-  std::ofstream out(file, std::ios::binary | std::ios::trunc);
-  out.write(payload.data(), static_cast<std::streamsize>(payload.size()));
-  return static_cast<bool>(out);
-}
+// Closes the capture file on every way out of Live.
+struct CaptureFile {
+  std::FILE* file = nullptr;
+  ~CaptureFile() {
+    if (file != nullptr) std::fclose(file);
+  }
+};
 
 int Live(const tap::TapOptions& options) {
   tap::Subscriber subscriber;
   std::string error;
+  CaptureFile capture;  // checked before subscribing
+  if (!options.captureFile.empty()) {
+    const tools::CaptureStatus status = tools::OpenCaptureForAppend(options.captureFile, capture.file, error);
+    if (status != tools::CaptureStatus::Ok) {
+      std::fprintf(stderr, "plovrest-tap: --capture %s\n", error.c_str());
+      return status == tools::CaptureStatus::BadFile ? tools::kExitBadFile : tools::kExitFailure;
+    }
+  }
   const std::string endpoint = options.endpoint.empty() ? tap::DaemonEndpoint() : options.endpoint;
   if (!subscriber.Connect(endpoint, options.topics, error)) {
     std::fprintf(stderr, "plovrest-tap: %s\n", error.c_str());
-    return kExitFailure;
+    return tools::kExitFailure;
   }
   std::signal(SIGINT, OnSignal);
   std::signal(SIGTERM, OnSignal);
@@ -70,7 +80,7 @@ int Live(const tap::TapOptions& options) {
     web = std::make_unique<tap::HttpView>(hub);
     if (!web->Start(options.httpHost, options.httpPort, error)) {
       std::fprintf(stderr, "plovrest-tap: %s\n", error.c_str());
-      return kExitFailure;
+      return tools::kExitFailure;
     }
     std::fprintf(stderr, "plovrest-tap: browser view on %s\n", web->Url().c_str());
   }
@@ -81,6 +91,7 @@ int Live(const tap::TapOptions& options) {
   std::map<std::string, std::string> previous;  // topic -> payload without "TS"
   double nextReport = options.interval;
   long shown = 0;
+  long invalid = 0;
   while (!gStop) {
     const double now = Since(start);
     if (options.timeout > 0 && now >= options.timeout) break;
@@ -105,10 +116,10 @@ int Live(const tap::TapOptions& options) {
       webStats.Add(message, Since(start));
       hub.Publish(message.topic, tap::DocEvent(message, tap::CheckDocument(message.topic, message.payload)));
     }
-    if (!options.captureFile.empty() && message.payload.size() == kRecordSize &&
-        !Capture(options.captureFile, message.payload)) {
+    if (capture.file != nullptr && message.payload.size() == kRecordSize && message.payload[0] != '{' &&
+        !tools::AppendCaptured(capture.file, message.time, message.payload)) {
       std::fprintf(stderr, "plovrest-tap: --capture: cannot write %s\n", options.captureFile.c_str());
-      return kExitFailure;
+      return tools::kExitFailure;
     }
     if (options.changes) {
       std::string key = tap::WithoutTimestamp(message.payload);
@@ -117,21 +128,27 @@ int Live(const tap::TapOptions& options) {
       last = std::move(key);
     }
     ++shown;
+    const tap::DocCheck check = options.validate ? tap::CheckDocument(message.topic, message.payload) : tap::DocCheck();
+    const bool bad = check.kind == tap::DocCheck::Kind::Schema || check.kind == tap::DocCheck::Kind::Invalid;
+    if (bad) ++invalid;
     if (options.stats) {
       stats.Add(message, Since(start));
+      if (options.validate) stats.AddVerdict(message.topic, bad, check.kind == tap::DocCheck::Kind::Cut);
     } else if (options.jsonl) {
-      std::printf("%s\n", tap::JsonLine(message).c_str());
+      std::printf("%s\n", (options.validate ? tap::JsonLineWithCheck(message, check) : tap::JsonLine(message)).c_str());
     } else {
       std::fputs(tap::FormatMessage(message, options.view).c_str(), stdout);
+      if (check.kind != tap::DocCheck::Kind::Ok)
+        std::printf("  ^ %s\n", tap::DescribeCheck(check).c_str());
     }
     std::fflush(stdout);
   }
   if (options.stats) std::fputs(stats.Report(Since(start)).c_str(), stdout);
   if (options.count > 0 && shown < options.count && !gStop) {
     std::fprintf(stderr, "plovrest-tap: --timeout: %ld of %ld messages received\n", shown, options.count);
-    return kExitTimedOut;
+    return tools::kExitTimedOut;
   }
-  return 0;
+  return invalid > 0 ? tools::kExitInvalid : tools::kExitDone;
 }
 
 }  // namespace
@@ -141,7 +158,7 @@ int main(int argc, char** argv) {
   std::string error;
   if (!tap::ParseTapOptions(argc, argv, options, error)) {
     std::fprintf(stderr, "plovrest-tap: %s\nTry 'plovrest-tap --help'.\n", error.c_str());
-    return kExitBadInput;
+    return tools::kExitBadArguments;
   }
   if (options.help) {
     std::fputs(tap::TapUsage(), stdout);

@@ -109,7 +109,7 @@ function clock(time) {
 // ---------------------------------------------------------------- banners
 function setBanner(topic, check, time) {
   const b = view.banners.get(topic) || { count: 0 };
-  Object.assign(b, { kind: check.kind, path: check.path, at: check.at, time, active: true });
+  Object.assign(b, { kind: check.kind, path: check.path, rule: check.rule, at: check.at, time, active: true });
   b.count += 1;
   view.banners.set(topic, b);
   showBanner(topic, b);
@@ -134,7 +134,7 @@ function showBanner(topic, b) {
   const what = {
     cut: `document cut at byte ${b.at}${where}: a non-finite number (NaN or infinity) stands there`,
     invalid: `not JSON from byte ${b.at}${where}`,
-    schema: `document fails its JSON Schema${where}`,
+    schema: `document fails its JSON Schema${where}${b.rule ? ': ' + b.rule : ''}`,
   }[b.kind];
   el.className = b.active ? 'banner ' + b.kind : 'banner old ' + b.kind;
   el.textContent = `${topic}: ${what} (${b.count} so far` +
