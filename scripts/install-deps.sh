@@ -8,6 +8,9 @@ PACKAGES=(
   libczmq-dev libzmq3-dev rapidjson-dev
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 util-linux procps
+  # scripts/fuzz.sh: clang with libFuzzer for the fuzz targets
+  clang
+  libfuzzer-14-dev
 )
 
 missing=()
