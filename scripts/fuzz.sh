@@ -31,7 +31,7 @@ if [ ! -f "$dir/CMakeCache.txt" ]; then
 fi
 cmake --build "$dir" -j"$(nproc)" --target "${targets[@]/#/fuzz_}"
 
-export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1:suppressions=$PWD/tests/fuzz/ubsan.supp"
 for t in "${targets[@]}"; do
   mkdir -p "$dir/corpus/$t"
   dict=()

@@ -3,6 +3,8 @@
 #
 #   scripts/test.sh              plain build in build/
 #   scripts/test.sh --sanitize   AddressSanitizer + UndefinedBehaviorSanitizer in build-asan/
+#   scripts/test.sh --tsan       ThreadSanitizer in build-tsan/: every test, among them all
+#                                that run the daemon's two threads (end to end, tools, demo)
 #
 # Tests that need the device's fixed endpoints run inside scripts/netns-run.sh.
 set -euo pipefail
@@ -10,6 +12,7 @@ cd "$(dirname "$0")/.."
 
 mode="plain"
 if [ "${1:-}" = "--sanitize" ]; then mode="sanitize"; fi
+if [ "${1:-}" = "--tsan" ]; then mode="tsan"; fi
 
 scripts/install-deps.sh
 
@@ -19,6 +22,11 @@ if [ "$mode" = "sanitize" ]; then
   options=(-DCMAKE_BUILD_TYPE=Debug -DPLOVREST_SANITIZE=ON -DPLOVREST_BUILD_BENCHMARKS=OFF)
   export ASAN_OPTIONS="detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1"
   export UBSAN_OPTIONS="print_stacktrace=1:halt_on_error=1"
+elif [ "$mode" = "tsan" ]; then
+  dir="build-tsan"
+  options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo -DPLOVREST_TSAN=ON -DPLOVREST_BUILD_BENCHMARKS=OFF)
+  # Every report fails the test that produced it (a daemon that reports exits 66).
+  export TSAN_OPTIONS="halt_on_error=1:exitcode=66:second_deadlock_stack=1"
 else
   dir="build"
   options=(-DCMAKE_BUILD_TYPE=RelWithDebInfo)

@@ -39,6 +39,9 @@ constexpr unsigned kStateIntervalMs = 2000;
 constexpr unsigned kRepubIntervalMs = 2000;
 constexpr unsigned kDecoderWaitMs = 300000;
 constexpr int kPollMs = 5;
+// Records queued between the decoder and this thread: about 340 kB at most
+// (docs/DECISIONS.md, "Bounded memory").
+constexpr int kDecoderRcvHwm = 10;
 
 // Topics subscribed on the decoder's socket; "DolbyMetadataBinEvent" arrives
 // too but only "DolbyMetadataEvent" carries records the daemon renders.
@@ -172,6 +175,7 @@ void cDlbStatusSubx::DecStatusReader() {
   LOG_AT(cDlbStatusSubx, Info, 20, "\"Dolby Metadata Status thread out of wait %d.\"", waited);
 
   zsock_t* sub = zsock_new(ZMQ_SUB);
+  if (sub != nullptr) zsock_set_rcvhwm(sub, kDecoderRcvHwm);
   zpoller_t* poller = sub != nullptr ? zpoller_new(sub, nullptr) : nullptr;
   mDecoderWaitTimer.SetTimeout(kDecoderWaitMs);  // stopped: counts as timed out
   mbConnected = false;
