@@ -21,6 +21,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   rapidjson::Document parsed;
   status->PrepareMetadataJson(rec, 1700000000);
   fuzz::CheckRendered(*status, parsed);
+  const rapidjson::Value& info = fuzz::At(parsed, "StatusInfo");
+  if (rec.typeId == stream_type::kEd2 && info.IsObject()) {
+    fuzz::Require(fuzz::SizeOf(fuzz::At(info, "ExData")) ==
+                      (cPADMetadataJsonDecStatus::Ed2HasObjectPair(rec) ? 2u : 1u),
+                  "a second ED2 status entry exactly for an object pair");
+  }
 
   fuzz::Require(pa->PreparePaMetadataJson(rec, (data[0] & 1) != 0, 1700000000) == 1, "PA renders");
   fuzz::CheckRendered(*pa, parsed);
