@@ -17,6 +17,9 @@ PACKAGES=(
   systemd
   # Package test: records the daemon's system calls against the unit's filter
   strace
+  # scripts/fuzz.sh: clang with libFuzzer for the fuzz targets
+  clang
+  libfuzzer-14-dev
 )
 
 missing=()

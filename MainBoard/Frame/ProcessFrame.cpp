@@ -136,7 +136,9 @@ void signal_handler(int sig) {
 void signal_handler_sigsegv(int sig) {
   gSignalStatus.store(sig);
   sig_interrupted.store(true);
-  exit(sig);
+  // _exit, not exit: exit would run the atexit destructors (renderers,
+  // sockets) inside the handler while the worker thread may still use them.
+  _exit(sig);
 }
 
 void InstallSignalHandlers() {

@@ -8,6 +8,10 @@
 #include "Messaging/PubHandler.h"
 #include "MqEndpoints.h"
 
+// Messages queued per subscriber that reads too slowly; newer ones are then
+// dropped for it (docs/DECISIONS.md, "Bounded memory").
+constexpr int kPubSndHwm = 100;
+
 void initPubs(int slot) {
   cPubHandler* pub = cPubHandler::GetInstance();
   if (pub == nullptr) return;
@@ -17,6 +21,7 @@ void initPubs(int slot) {
   if (pub->mbBoundOverIpc || pub->mbBoundOverTcp || pub->mpSock != nullptr) pub->Reset();
 
   pub->mpSock = zsock_new(ZMQ_PUB);
+  if (pub->mpSock != nullptr) zsock_set_sndhwm(pub->mpSock, kPubSndHwm);
   pub->mEndpoint = mq::kDlbMetadataPubIpc;
 
   if (!(pub->mbBoundOverIpc && pub->mpSock != nullptr)) {

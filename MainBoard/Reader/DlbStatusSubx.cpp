@@ -41,6 +41,9 @@ constexpr unsigned kStateIntervalMs = 2000;
 constexpr unsigned kRepubIntervalMs = 2000;
 constexpr unsigned kDecoderWaitMs = 300000;
 constexpr int kPollMs = 5;
+// Records queued between the decoder and this thread: about 340 kB at most
+// (docs/DECISIONS.md, "Bounded memory").
+constexpr int kDecoderRcvHwm = 10;
 
 // Topics subscribed on the decoder's socket; "DolbyMetadataBinEvent" arrives
 // too but only "DolbyMetadataEvent" carries records the daemon renders.
@@ -176,10 +179,11 @@ void cDlbStatusSubx::DecStatusReader() {
 
   zsock_t* sub = zsock_new(ZMQ_SUB);
   // Frames far larger than a record are refused; the decoder is connected
-  // again after such a refusal.
+  // again after such a refusal. At most a few records wait.
   cMqPeerReconnect reconnect;
   if (sub != nullptr) {
     zsock_set_maxmsgsize(sub, static_cast<int>(mq::kMaxDecoderFrameBytes));
+    zsock_set_rcvhwm(sub, kDecoderRcvHwm);
     reconnect.Watch(sub, "decoder");
   }
   zpoller_t* poller = sub != nullptr ? zpoller_new(sub, nullptr) : nullptr;

@@ -46,9 +46,18 @@ DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::st
 
   const std::string outPath = mDir + "/stdout";
   const std::string errPath = mDir + "/stderr";
+  // A signal sent before the child has exec'd must act as on the daemon before
+  // it installs its handlers, not run this process's handlers (CZMQ's would
+  // swallow SIGTERM): signals stay blocked until the child has reset them.
+  sigset_t all, previous;
+  sigfillset(&all);
+  pthread_sigmask(SIG_SETMASK, &all, &previous);
   mPid = fork();
+  if (mPid != 0) pthread_sigmask(SIG_SETMASK, &previous, nullptr);
   if (mPid < 0) throw std::runtime_error("fork failed");
   if (mPid == 0) {
+    for (int sig = 1; sig < NSIG; ++sig) signal(sig, SIG_DFL);
+    sigprocmask(SIG_SETMASK, &previous, nullptr);
     const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int in = open("/dev/null", O_RDONLY);

@@ -16,6 +16,21 @@ using rapidjson::Value;
 constexpr double kDefaultHold = 5.0;
 constexpr double kMaxSeconds = 7 * 24 * 3600.0;
 
+// The text with control characters (a newline in a field name, say) written
+// as \xNN, so that an error stays one line.
+std::string OneLine(const std::string& text) {
+  std::string out;
+  for (const unsigned char c : text) {
+    if (c >= 0x20 && c != 0x7f) {
+      out += static_cast<char>(c);
+    } else {
+      static const char kHex[] = "0123456789abcdef";
+      out += {'\\', 'x', kHex[c >> 4], kHex[c & 15]};
+    }
+  }
+  return out;
+}
+
 class Parser {
  public:
   Parser(std::string origin, std::set<std::string>& resolving, std::string& error)
@@ -57,7 +72,7 @@ class Parser {
  private:
   // With a reason: "<origin>: <reason>". Without: prefix the error already set.
   bool Fail(const std::string& reason = std::string()) {
-    mError = mOrigin + ": " + (reason.empty() ? mError : reason);
+    mError = OneLine(mOrigin + ": " + (reason.empty() ? mError : reason));
     return false;
   }
 

@@ -9,7 +9,7 @@
 
 class cAltSignalStack {
  public:
-  // Size of the stack: room for the handler and the exit handlers it runs.
+  // Size of the stack: ample room for a handler and what it calls.
   static constexpr std::size_t kBytes = 256 * 1024;
 
   // Allocates the stack and makes it the calling thread's signal stack.

@@ -1,0 +1,73 @@
+#pragma once
+// Shared by the fuzz targets: the property check that stops the run, a record
+// built from fuzz bytes, and the rule every rendered text obeys.
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+
+#include <rapidjson/document.h>
+
+#include "MetadataJson.h"
+#include "Record/DolbyMetadataRecord.h"
+
+namespace fuzz {
+
+// Stops the process (libFuzzer then saves the input) when a property fails.
+inline void Require(bool holds, const char* property, const std::string& detail = "") {
+  if (holds) return;
+  std::fprintf(stderr, "property violated: %s\n%s\n", property, detail.c_str());
+  std::abort();
+}
+
+// The bytes as a record: shorter input is padded with zeros, longer is cut.
+inline void ToRecord(const uint8_t* data, size_t size, kv_dolby_metadata_t& rec) {
+  std::memset(&rec, 0, sizeof rec);
+  std::memcpy(&rec, data, size < sizeof rec ? size : sizeof rec);
+}
+
+inline bool HoldsNonFinite(const rapidjson::Value& v) {
+  if (v.IsDouble()) return !std::isfinite(v.GetDouble());
+  if (v.IsObject()) {
+    for (auto it = v.MemberBegin(); it != v.MemberEnd(); ++it) {
+      if (HoldsNonFinite(it->value)) return true;
+    }
+  }
+  if (v.IsArray()) {
+    for (const rapidjson::Value& e : v.GetArray()) {
+      if (HoldsNonFinite(e)) return true;
+    }
+  }
+  return false;
+}
+
+// The renderer's text holds no NUL and is a JSON object, or, when the
+// document holds a NaN or an infinity, ends exactly where that number stands
+// (after ':', '[' or ','). Returns the parsed text (an empty object when cut).
+inline void CheckRendered(cMetadataJson& renderer, rapidjson::Document& parsed) {
+  const std::string text(renderer.GetString(), renderer.GetSize());
+  Require(std::strlen(renderer.GetString()) == text.size(), "no NUL inside the text", text);
+  parsed.Parse(text.c_str(), text.size());
+  if (HoldsNonFinite(renderer.Doc())) {
+    Require(parsed.HasParseError() && !text.empty() && std::strchr(":[,", text.back()) != nullptr,
+            "text cut where the non-finite number stands", text);
+    parsed.SetObject();
+  } else {
+    Require(!parsed.HasParseError() && parsed.IsObject(), "text is a JSON object", text);
+  }
+}
+
+// Member `key` of obj, or a null value.
+inline const rapidjson::Value& At(const rapidjson::Value& obj, const char* key) {
+  static const rapidjson::Value kMissing;
+  if (!obj.IsObject()) return kMissing;
+  auto it = obj.FindMember(key);
+  return it == obj.MemberEnd() ? kMissing : it->value;
+}
+
+inline unsigned SizeOf(const rapidjson::Value& v) { return v.IsArray() ? v.Size() : 0u; }
+
+}  // namespace fuzz

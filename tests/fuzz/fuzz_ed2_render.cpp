@@ -1,0 +1,45 @@
+// ED2 records through both renderers. The first byte steers: bit 0 is the
+// objects switch, bit 1 keeps the record's own typeId/mdType (otherwise ED2);
+// the rest is the record. Both texts obey the rendering rule and the lists
+// stay within what the record has room for.
+
+#include "FuzzSupport.h"
+#include "MetadataJsonPaData.h"
+#include "PADMetadataJsonDecStatus.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size == 0) return 0;
+  static kv_dolby_metadata_t rec;
+  fuzz::ToRecord(data + 1, size - 1, rec);
+  if ((data[0] & 2) == 0) {
+    rec.typeId = stream_type::kEd2;
+    rec.mdType = DLB_PADC_UI_MD_TYPE_ED2;
+  }
+  cPADMetadataJsonDecStatus* status = cPADMetadataJsonDecStatus::GetInstance();
+  cMetadataJsonPaData* pa = cMetadataJsonPaData::GetInstance();
+  fuzz::Require(status != nullptr && pa != nullptr, "renderers exist");
+  rapidjson::Document parsed;
+  status->PrepareMetadataJson(rec, 1700000000);
+  fuzz::CheckRendered(*status, parsed);
+  const rapidjson::Value& info = fuzz::At(parsed, "StatusInfo");
+  if (rec.typeId == stream_type::kEd2 && info.IsObject()) {
+    fuzz::Require(fuzz::SizeOf(fuzz::At(info, "ExData")) ==
+                      (cPADMetadataJsonDecStatus::Ed2HasObjectPair(rec) ? 2u : 1u),
+                  "a second ED2 status entry exactly for an object pair");
+  }
+
+  fuzz::Require(pa->PreparePaMetadataJson(rec, (data[0] & 1) != 0, 1700000000) == 1, "PA renders");
+  fuzz::CheckRendered(*pa, parsed);
+  if (rec.mdType != DLB_PADC_UI_MD_TYPE_ED2) {
+    fuzz::Require(std::string(pa->GetString()) == "{}", "no PA document for other records");
+    return 0;
+  }
+  const rapidjson::Value& presentations = fuzz::At(parsed, "Presentations");
+  fuzz::Require(fuzz::SizeOf(presentations) <= 16, "at most 16 presentations");
+  for (unsigned k = 0; k < fuzz::SizeOf(presentations); ++k) {
+    fuzz::Require(fuzz::SizeOf(fuzz::At(presentations[k], "PaObjects")) <= 25, "at most 25 objects");
+    fuzz::Require(fuzz::SizeOf(fuzz::At(fuzz::At(presentations[k], "PaBed"), "Sources")) <= 16,
+                  "at most 16 bed sources");
+  }
+  return 0;
+}
