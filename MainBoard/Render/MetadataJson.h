@@ -58,7 +58,7 @@ class cMetadataJson {
 
   // Item object {"Title","Data","Desc"} written into obj, if obj is an object.
   template <typename T>
-  void AddUpdateObjectMember(std::string& title, T data, std::string& desc, Value& obj) {
+  void AddUpdateObjectMember(const std::string& title, T data, const std::string& desc, Value& obj) {
     if (!obj.IsObject()) return;
     AddUpdateMember("Title", title, obj);
     AddUpdateMember("Data", data, obj);
@@ -67,8 +67,8 @@ class cMetadataJson {
 
   // Item object under parent[key]: updated in place if present, else appended.
   template <typename T>
-  void AddUpdateObjectMemberToObject(const char* key, std::string& title, T data,
-                                     std::string& desc, Value& parent) {
+  void AddUpdateObjectMemberToObject(const char* key, const std::string& title, T data,
+                                     const std::string& desc, Value& parent) {
     if (!parent.IsObject()) return;
     Value::MemberIterator it = parent.FindMember(key);
     if (it != parent.MemberEnd()) {
