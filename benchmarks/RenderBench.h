@@ -102,12 +102,13 @@ void TimeRendering(benchmark::State& state, const char* name, Renderer* renderer
   const long allocs = HeapAllocations() - allocsBefore;
   state.counters["bytes"] = static_cast<double>(renderer->GetSize());
   state.counters["pool"] = static_cast<double>(renderer->PoolUsed());
-  state.counters["allocs"] = double(allocs) / double(std::max<benchmark::IterationCount>(state.iterations(), 1));
+  const auto iterations = std::max<benchmark::IterationCount>(state.iterations(), 1);
+  state.counters["allocs"] = double(allocs) / double(iterations);
 
   // Side by side: batches of renders and of stock writes of the same DOM,
   // alternated, medians compared.
   rapidjson::StringBuffer stock;
-  const long calls = std::max<long>(1, std::min<long>(static_cast<long>(state.iterations()) / 8, 2000));
+  const long calls = std::max<long>(1, std::min<long>(static_cast<long>(iterations) / 8, 2000));
   std::vector<double> ours, theirs;
   for (int round = 0; round < 7; ++round) {
     ours.push_back(PerCall(calls, [&] { render(*renderer); }));

@@ -133,6 +133,10 @@ double FullRate(harness::Peers& peers, kv_dolby_metadata_t* rec, long count, lon
   return double(received) / std::max(seconds, 1e-3);
 }
 
+double MicrosecondsSince(Clock::time_point start) {
+  return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
 // 60 records/s of one kind for `seconds`: one table row.
 void Paced(harness::Peers& peers, pid_t pid, const std::string& kind, int seconds, long& seq) {
   const auto rec = KindRecord(kind);
@@ -154,7 +158,7 @@ void Paced(harness::Peers& peers, pid_t pid, const std::string& kind, int second
       auto m = harness::Receive(peers.out, Ms(1));
       if (!m) continue;
       if (m->topic == topic::kDolbyPAData && waiting) {
-        latencyUs.push_back(std::chrono::duration<double, std::micro>(Clock::now() - pending).count());
+        latencyUs.push_back(MicrosecondsSince(pending));
         bytes = std::max(bytes, m->payload.size());
         waiting = false;
         continue;
@@ -167,7 +171,7 @@ void Paced(harness::Peers& peers, pid_t pid, const std::string& kind, int second
         pending = found->second;
         waiting = true;
       } else {
-        latencyUs.push_back(std::chrono::duration<double, std::micro>(Clock::now() - found->second).count());
+        latencyUs.push_back(MicrosecondsSince(found->second));
       }
       sentAt.erase(found);
     }
@@ -230,8 +234,9 @@ int main(int argc, char** argv) {
   auto decoding = harness::SendUntil(
       [&] { harness::Send(peers.hwm, topic::kHwmDlbZoom, "{}"); }, peers.out, Ms(10000),
       [](const Message& m) { return m.payload == harness::StateText("Decoding", "Dolby Zoom"); });
-  auto first = harness::SendUntil([&] { Send(peers, typical.get(), 0); }, peers.out, Ms(10000),
-                                  [](const Message& m) { return m.topic == topic::kDolbyMetadataGrp; });
+  auto first = harness::SendUntil(
+      [&] { Send(peers, typical.get(), 0); }, peers.out, Ms(10000),
+      [](const Message& m) { return m.topic == topic::kDolbyMetadataGrp; });
   if (!decoding || !first) {
     std::fprintf(stderr, "bench_live: the daemon did not start decoding (run inside netns-run.sh)\n");
     return 1;

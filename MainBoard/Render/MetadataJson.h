@@ -58,7 +58,8 @@ class cMetadataJson {
 
   // Item object {"Title","Data","Desc"} written into obj, if obj is an object.
   template <typename T>
-  void AddUpdateObjectMember(const std::string& title, T data, const std::string& desc, Value& obj) {
+  void AddUpdateObjectMember(const std::string& title, T data, const std::string& desc,
+                             Value& obj) {
     if (!obj.IsObject()) return;
     AddUpdateMember("Title", title, obj);
     AddUpdateMember("Data", data, obj);
