@@ -1,33 +1,124 @@
 #pragma once
 // Shared by the rendering benchmarks: a record as the device sends it and the
-// timed render + serialise loop.
+// timed render + serialise loop with its counters:
+//   bytes       size of the document
+//   pool        bytes of the renderer's pool the document uses
+//   allocs      heap allocations per warm render (malloc, calloc, realloc and
+//               operator new, counted by the hook in bench_render_alloc.cpp)
+//   vs_writer   render + serialise time over the stock rapidjson::Writer on
+//               the same document, both timed side by side in this run
+//   cold_ratio  first render over a warm one, in a fresh process (the case is
+//               run again in a child started with PLOVREST_COLD_PROBE set)
 
 #include <benchmark/benchmark.h>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <unistd.h>
 
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <map>
 #include <memory>
+#include <string>
+#include <vector>
 
-#include "RecordFactory.h"
+#include "BenchRecords.h"
 
-// A zeroed record on an SDI input, DZ pair 1, 5.1.4 output.
-inline std::unique_ptr<kv_dolby_metadata_t> BenchRecord(int32_t typeId, uint32_t mdType) {
-  auto rec = NewRecord(typeId, mdType);
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 1;
-  rec->speakerConfig = 4;
-  return rec;
+// Heap allocations since the process started (bench_render_alloc.cpp).
+long HeapAllocations();
+
+namespace render_bench {
+
+using Clock = std::chrono::steady_clock;
+
+// Seconds per call of f, over `calls` calls.
+template <typename F>
+double PerCall(long calls, F&& f) {
+  const auto start = Clock::now();
+  for (long i = 0; i < calls; ++i) f();
+  return std::chrono::duration<double>(Clock::now() - start).count() / double(calls);
 }
 
-// Times render(renderer) (which renders and serialises) and reports the size
-// of the document it leaves.
+inline double Median(std::vector<double> v) {
+  std::sort(v.begin(), v.end());
+  return v[v.size() / 2];
+}
+
+// In the child: the first render of this fresh process over the median of
+// warm ones, printed for the parent; the child then leaves.
 template <typename Renderer, typename Render>
-void TimeRendering(benchmark::State& state, Renderer* renderer, Render render) {
+[[noreturn]] void ProbeCold(Renderer& renderer, Render& render) {
+  const double first = PerCall(1, [&] { render(renderer); });
+  std::vector<double> warm;
+  for (int i = 0; i < 201; ++i) warm.push_back(PerCall(1, [&] { render(renderer); }));
+  std::printf("\ncold_ratio=%.3f\n", first / Median(warm));
+  std::fflush(stdout);
+  std::_Exit(0);
+}
+
+// The cold ratio of case `name`, measured once in a child process; 0 when the
+// child gave no figure.
+inline double ColdRatio(const char* name) {
+  static std::map<std::string, double> measured;
+  const auto known = measured.find(name);
+  if (known != measured.end()) return known->second;
+  char self[4096];
+  const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
+  double ratio = 0;
+  if (length > 0) {
+    self[length] = '\0';
+    const std::string command = std::string("PLOVREST_COLD_PROBE=1 '") + self +
+                                "' --benchmark_filter='^" + name + "$' 2>/dev/null";
+    if (FILE* child = popen(command.c_str(), "r")) {
+      char line[256];
+      while (std::fgets(line, sizeof line, child)) std::sscanf(line, "cold_ratio=%lf", &ratio);
+      pclose(child);
+    }
+  }
+  measured[name] = ratio;
+  return ratio;
+}
+
+}  // namespace render_bench
+
+// Times render(renderer) (which renders and serialises) and reports the
+// counters above for case `name` (the benchmark's registered name).
+template <typename Renderer, typename Render>
+void TimeRendering(benchmark::State& state, const char* name, Renderer* renderer, Render render) {
+  using namespace render_bench;
   if (renderer == nullptr) {
     state.SkipWithError("no renderer");
     return;
   }
+  if (std::getenv("PLOVREST_COLD_PROBE") != nullptr) ProbeCold(*renderer, render);
+  render(*renderer);  // the first render is the cold one, measured apart
+  const long allocsBefore = HeapAllocations();
   for (auto _ : state) {
     render(*renderer);
     benchmark::DoNotOptimize(renderer->GetString());
   }
+  const long allocs = HeapAllocations() - allocsBefore;
   state.counters["bytes"] = static_cast<double>(renderer->GetSize());
+  state.counters["pool"] = static_cast<double>(renderer->PoolUsed());
+  const auto iterations = std::max<benchmark::IterationCount>(state.iterations(), 1);
+  state.counters["allocs"] = double(allocs) / double(iterations);
+
+  // Side by side: batches of renders and of stock writes of the same DOM,
+  // alternated, medians compared.
+  rapidjson::StringBuffer stock;
+  const long calls = std::max<long>(1, std::min<long>(static_cast<long>(iterations) / 8, 2000));
+  std::vector<double> ours, theirs;
+  for (int round = 0; round < 7; ++round) {
+    ours.push_back(PerCall(calls, [&] { render(*renderer); }));
+    theirs.push_back(PerCall(calls, [&] {
+      stock.Clear();
+      rapidjson::Writer<rapidjson::StringBuffer> writer(stock);
+      renderer->Doc().Accept(writer);
+      benchmark::DoNotOptimize(stock.GetString());
+    }));
+  }
+  state.counters["vs_writer"] = Median(ours) / Median(theirs);
+  state.counters["cold_ratio"] = ColdRatio(name);
 }

@@ -61,19 +61,32 @@ std::unique_ptr<kv_dolby_metadata_t> DolbyERecord(uint8_t programCount) {
   return rec;
 }
 
-void RenderRecord(benchmark::State& state, std::unique_ptr<kv_dolby_metadata_t> rec) {
+void RenderRecord(benchmark::State& state, const char* name,
+                  std::unique_ptr<kv_dolby_metadata_t> rec) {
   long now = 1700000000;
-  TimeRendering(state, cPADMetadataJsonDecStatus::GetInstance(),
+  TimeRendering(state, name, cPADMetadataJsonDecStatus::GetInstance(),
                 [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, ++now); });
 }
 
-void BM_RenderPcm(benchmark::State& state) { RenderRecord(state, PcmRecord()); }
-void BM_RenderDdp(benchmark::State& state) { RenderRecord(state, DdpRecord(false)); }
-void BM_RenderDdpObjectsAllBeds(benchmark::State& state) { RenderRecord(state, DdpRecord(true)); }
-void BM_RenderDolbyETwoPrograms(benchmark::State& state) { RenderRecord(state, DolbyERecord(2)); }
-void BM_RenderDolbyEEightPrograms(benchmark::State& state) { RenderRecord(state, DolbyERecord(8)); }
+void BM_RenderPcm(benchmark::State& state) {
+  RenderRecord(state, __func__, PcmRecord());
+}
+void BM_RenderDdp(benchmark::State& state) {
+  RenderRecord(state, __func__, DdpRecord(false));
+}
+void BM_RenderDdpObjectsAllBeds(benchmark::State& state) {
+  RenderRecord(state, __func__, DdpRecord(true));
+}
+void BM_RenderDolbyETwoPrograms(benchmark::State& state) {
+  RenderRecord(state, __func__, DolbyERecord(2));
+}
+void BM_RenderDolbyEEightPrograms(benchmark::State& state) {
+  RenderRecord(state, __func__, DolbyERecord(8));
+}
 // A count of 255 walks the most programs the renderer shows: 16.
-void BM_RenderDolbyECount255(benchmark::State& state) { RenderRecord(state, DolbyERecord(255)); }
+void BM_RenderDolbyECount255(benchmark::State& state) {
+  RenderRecord(state, __func__, DolbyERecord(255));
+}
 
 BENCHMARK(BM_RenderPcm);
 BENCHMARK(BM_RenderDdp);

@@ -1,11 +1,18 @@
 // Measures the running daemon from the outside, as the decoder and the UI see
-// it: records rendered per second at full rate, latency from the decoder's
-// send to the document's receipt (at 60 records/s), the daemon's CPU share at
-// 60 records/s, and its resident memory (now and peak) after each round of
-// 100,000 records at full rate, and how soon it exits after SIGTERM.
+// it: records rendered per second at full rate with the daemon's resident
+// memory (now and peak) after each round of typical DD+ records; then, per
+// stream kind, latency from the decoder's send to the last document's receipt
+// at 60 records/s and the daemon's CPU per record; its CPU while idle (no
+// records); and how soon it exits after SIGTERM.
 //
 // Run inside the private namespace (fixed endpoints):
-//   scripts/netns-run.sh build/benchmarks/bench_live [--records N] [--seconds S]
+//   scripts/netns-run.sh build/benchmarks/bench_live [--kind K|all] [--records N]
+//       [--seconds S] [--idle S]
+// K is pcm, dd, ddp, dolby-e, ac4, ed2, largest-ac4 or largest-ed2 (default
+// ddp); --records 0 skips the full-rate rounds (default 100000 for ddp alone,
+// 0 otherwise); --seconds is per kind (default 10); --idle defaults to 20.
+// For ED2 kinds the latency ends at the presentation document that follows
+// the status document.
 
 #include <unistd.h>
 
@@ -22,6 +29,7 @@
 #include <thread>
 #include <vector>
 
+#include "BenchRecords.h"
 #include "DaemonHarness.h"
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
@@ -32,22 +40,43 @@ using Clock = std::chrono::steady_clock;
 using harness::Message;
 using harness::Ms;
 
-// A typical Dolby Digital Plus record with objects; the sequence number
+const char* const kKinds[] = {"pcm", "dd",  "ddp", "dolby-e", "ac4", "ed2", "largest-ac4",
+                               "largest-ed2"};
+
+// The record sent for a kind (null for an unknown kind); the sequence number
 // travels in the DZ pair so each document can be matched to its record.
-kv_dolby_metadata_t* TypicalRecord() {
-  static kv_dolby_metadata_t rec;
-  std::memset(&rec, 0, sizeof rec);
-  rec.protoVer = kRecordProtoVersion;
-  rec.typeId = stream_type::kDolbyDigitalPlus;
-  rec.mdType = DLB_PADC_UI_MD_TYPE_DDP;
-  rec.inputType = SYS_INPUT_TYPE_SDI;
-  rec.atmosDecode = 1;
-  rec.md.ddp.datarate = 640;
-  rec.md.ddp.acmod = 7;
-  rec.md.ddp.atmosPresent = 1;
-  rec.md.ddp.numDynObjects = 15;
-  for (auto& flag : rec.md.ddp.bedChannels) flag = 1;
-  return &rec;
+std::unique_ptr<kv_dolby_metadata_t> KindRecord(const std::string& kind) {
+  using namespace bench_records;
+  std::unique_ptr<kv_dolby_metadata_t> rec;
+  if (kind == "pcm") rec = BenchRecord(stream_type::kPcm, 0);
+  if (kind == "dd" || kind == "ddp") {
+    const bool plus = kind == "ddp";
+    rec = BenchRecord(plus ? stream_type::kDolbyDigitalPlus : stream_type::kDolbyDigital,
+                      DLB_PADC_UI_MD_TYPE_DDP);
+    rec->md.ddp.datarate = plus ? 640 : 448;
+    rec->md.ddp.acmod = 7;
+    if (plus) {  // typical DD+ with objects
+      rec->atmosDecode = 1;
+      rec->md.ddp.atmosPresent = 1;
+      rec->md.ddp.numDynObjects = 15;
+      for (auto& flag : rec->md.ddp.bedChannels) flag = 1;
+    }
+  }
+  if (kind == "dolby-e") {
+    rec = BenchRecord(stream_type::kDolbyE, DLB_PADC_UI_MD_TYPE_DOLBYE);
+    rec->md.dolbye.frameRate = 2500;
+    rec->md.dolbye.programCount = 2;
+    std::strcpy(rec->md.dolbye.programConfig, "5.1+2");
+  }
+  if (kind == "ac4") rec = BenchRecord(stream_type::kAc4, DLB_PADC_UI_MD_TYPE_AC4);
+  if (kind == "ed2") rec = BenchRecord(stream_type::kEd2, DLB_PADC_UI_MD_TYPE_ED2);
+  if (kind == "largest-ac4") rec = LargestAc4Record();
+  if (kind == "largest-ed2") rec = LargestEd2Record();
+  if (rec) rec->protoVer = kRecordProtoVersion;
+  // An ED2 record without the update flag after the first one publishes the
+  // presentation document only: flagged, each record yields both documents.
+  if (rec && rec->typeId == stream_type::kEd2) rec->ed2StatusUpdate = 1;
+  return rec;
 }
 
 long SequenceOf(const std::string& doc) {
@@ -81,18 +110,17 @@ double CpuSeconds(pid_t pid) {
   return double(utime + stime) / double(sysconf(_SC_CLK_TCK));
 }
 
-void Send(harness::Peers& peers, long seq) {
-  kv_dolby_metadata_t* rec = TypicalRecord();
+void Send(harness::Peers& peers, kv_dolby_metadata_t* rec, long seq) {
   rec->dzPair = static_cast<uint32_t>(seq);
   harness::SendBytes(peers.decoder, topic::kDolbyMetadataEvent, rec, sizeof *rec);
 }
 
 // Sends `count` records as fast as the socket takes them; counts documents.
-double FullRate(harness::Peers& peers, long count, long firstSeq) {
+double FullRate(harness::Peers& peers, kv_dolby_metadata_t* rec, long count, long firstSeq) {
   long received = 0;
   const auto start = Clock::now();
   for (long i = 0; i < count; ++i) {
-    Send(peers, firstSeq + i);
+    Send(peers, rec, firstSeq + i);
     while (auto m = harness::Receive(peers.out, Ms(0))) {
       if (m->topic == topic::kDolbyMetadataGrp) ++received;
     }
@@ -106,24 +134,110 @@ double FullRate(harness::Peers& peers, long count, long firstSeq) {
   return double(received) / std::max(seconds, 1e-3);
 }
 
+double MicrosecondsSince(Clock::time_point start) {
+  return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
+}
+
+// 60 records/s of one kind for `seconds`: one table row.
+void Paced(harness::Peers& peers, pid_t pid, const std::string& kind, int seconds, long& seq) {
+  const auto rec = KindRecord(kind);
+  const bool ed2 = kind == "ed2" || kind == "largest-ed2";
+  std::map<long, Clock::time_point> sentAt;
+  std::vector<double> latencyUs;
+  std::size_t bytes = 0;
+  Clock::time_point pending{};  // ED2: status document seen, presentations next
+  bool waiting = false;
+  const double cpuBefore = CpuSeconds(pid);
+  const auto start = Clock::now();
+  const auto period = std::chrono::microseconds(1000000 / 60);
+  long sent = 0;
+  for (auto next = start; Clock::now() - start < std::chrono::seconds(seconds); next += period) {
+    sentAt[seq] = Clock::now();
+    Send(peers, rec.get(), seq++);
+    ++sent;
+    while (Clock::now() < next + period) {
+      auto m = harness::Receive(peers.out, Ms(1));
+      if (!m) continue;
+      if (m->topic == topic::kDolbyPAData && waiting) {
+        latencyUs.push_back(MicrosecondsSince(pending));
+        bytes = std::max(bytes, m->payload.size());
+        waiting = false;
+        continue;
+      }
+      if (m->topic != topic::kDolbyMetadataGrp) continue;
+      const auto found = sentAt.find(SequenceOf(m->payload));
+      if (found == sentAt.end()) continue;
+      bytes = std::max(bytes, m->payload.size());
+      if (ed2) {
+        pending = found->second;
+        waiting = true;
+      } else {
+        latencyUs.push_back(MicrosecondsSince(found->second));
+      }
+      sentAt.erase(found);
+    }
+  }
+  const double wall = std::chrono::duration<double>(Clock::now() - start).count();
+  const double cpu = CpuSeconds(pid) - cpuBefore;
+  std::sort(latencyUs.begin(), latencyUs.end());
+  if (latencyUs.empty()) {
+    std::printf("| %-11s | %7zu | %4ld | none matched | | | %5.1f%% |\n", kind.c_str(), bytes, sent,
+                100.0 * cpu / wall);
+    return;
+  }
+  std::printf("| %-11s | %7zu | %4zu | %6.0f | %6.0f | %6.0f | %6.0f | %5.1f%% |\n", kind.c_str(),
+              bytes, latencyUs.size(), latencyUs[latencyUs.size() / 2],
+              latencyUs[std::min(latencyUs.size() - 1, latencyUs.size() * 99 / 100)],
+              latencyUs.back(), 1e6 * cpu / double(sent), 100.0 * cpu / wall);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-  long records = 100000;
+  long records = -1;
   int seconds = 10;
-  for (int i = 1; i + 1 < argc; i += 2) {
-    if (std::strcmp(argv[i], "--records") == 0) records = std::atol(argv[i + 1]);
-    if (std::strcmp(argv[i], "--seconds") == 0) seconds = std::atoi(argv[i + 1]);
+  int idle = 20;
+  std::string kind = "ddp";
+  for (int i = 1; i < argc; i += 2) {
+    const char* value = i + 1 < argc ? argv[i + 1] : nullptr;
+    if (value != nullptr && std::strcmp(argv[i], "--records") == 0) {
+      records = std::atol(value);
+    } else if (value != nullptr && std::strcmp(argv[i], "--seconds") == 0) {
+      seconds = std::atoi(value);
+    } else if (value != nullptr && std::strcmp(argv[i], "--idle") == 0) {
+      idle = std::atoi(value);
+    } else if (value != nullptr && std::strcmp(argv[i], "--kind") == 0) {
+      kind = value;
+    } else {
+      std::fprintf(stderr, "bench_live: unknown or incomplete option '%s'\n", argv[i]);
+      return 2;
+    }
+  }
+  std::vector<std::string> kinds;
+  if (kind == "all") {
+    kinds.assign(std::begin(kKinds), std::end(kKinds));
+  } else if (KindRecord(kind)) {
+    kinds.push_back(kind);
+  } else {
+    std::fprintf(stderr, "bench_live: unknown kind '%s' (pcm, dd, ddp, dolby-e, ac4, ed2, "
+                 "largest-ac4, largest-ed2, all)\n", kind.c_str());
+    return 2;
+  }
+  if (records < 0) records = kind == "ddp" ? 100000 : 0;
+  if (seconds < 1 || idle < 0) {
+    std::fprintf(stderr, "bench_live: --seconds must be at least 1, --idle at least 0\n");
+    return 2;
   }
 
+  const auto typical = KindRecord("ddp");
   harness::Peers peers;
   harness::DaemonProcess daemon({"-s", "2", "-i", "lo"});
   auto decoding = harness::SendUntil(
       [&] { harness::Send(peers.hwm, topic::kHwmDlbZoom, "{}"); }, peers.out, Ms(10000),
       [](const Message& m) { return m.payload == harness::StateText("Decoding", "Dolby Zoom"); });
-  auto first = harness::SendUntil([&] { Send(peers, 0); }, peers.out, Ms(10000), [](const Message& m) {
-    return m.topic == topic::kDolbyMetadataGrp;
-  });
+  auto first = harness::SendUntil(
+      [&] { Send(peers, typical.get(), 0); }, peers.out, Ms(10000),
+      [](const Message& m) { return m.topic == topic::kDolbyMetadataGrp; });
   if (!decoding || !first) {
     std::fprintf(stderr, "bench_live: the daemon did not start decoding (run inside netns-run.sh)\n");
     return 1;
@@ -134,43 +248,29 @@ int main(int argc, char** argv) {
   // Two rounds: the first grows the sockets' queues (up to their high-water
   // marks) and the allocator's arenas; a leak would keep growing in the second.
   const long rssBefore = ProcField(pid, "status", "VmRSS:");
-  for (int round = 1; round <= 2; ++round) {
+  for (int round = 1; records > 0 && round <= 2; ++round) {
     std::printf("Full rate, round %d, %ld records:\n", round, records);
-    const double rate = FullRate(peers, records, 1);
+    const double rate = FullRate(peers, typical.get(), records, 1);
     std::printf("  rendered: %.0f records/s\n", rate);
     std::printf("  RSS before %ld kB, after round %d: %ld kB (peak so far %ld kB)\n", rssBefore, round,
                 ProcField(pid, "status", "VmRSS:"), ProcField(pid, "status", "VmHWM:"));
   }
 
-  std::printf("60 records/s for %d s:\n", seconds);
-  std::map<long, Clock::time_point> sentAt;
-  std::vector<double> latencyUs;
-  const double cpuBefore = CpuSeconds(pid);
-  const auto start = Clock::now();
-  const auto period = std::chrono::microseconds(1000000 / 60);
+  std::printf("60 records/s for %d s per kind (latency in us, CPU per record in us):\n", seconds);
+  std::printf("| kind        | bytes   | docs | median | p99    | max    | CPU/rec | CPU    |\n");
   long seq = records + 1;
-  for (auto next = start; Clock::now() - start < std::chrono::seconds(seconds); next += period) {
-    sentAt[seq] = Clock::now();
-    Send(peers, seq++);
-    while (Clock::now() < next + period) {
-      auto m = harness::Receive(peers.out, Ms(1));
-      if (!m || m->topic != topic::kDolbyMetadataGrp) continue;
-      const auto found = sentAt.find(SequenceOf(m->payload));
-      if (found == sentAt.end()) continue;
-      latencyUs.push_back(std::chrono::duration<double, std::micro>(Clock::now() - found->second).count());
-      sentAt.erase(found);
+  for (const std::string& k : kinds) Paced(peers, pid, k, seconds, seq);
+
+  if (idle > 0) {
+    while (harness::Receive(peers.out, Ms(100))) {
     }
+    const double cpuBefore = CpuSeconds(pid);
+    const auto start = Clock::now();
+    std::this_thread::sleep_for(std::chrono::seconds(idle));
+    const double wall = std::chrono::duration<double>(Clock::now() - start).count();
+    std::printf("idle for %d s (no records): daemon CPU %.2f%% of one core\n", idle,
+                100.0 * (CpuSeconds(pid) - cpuBefore) / wall);
   }
-  const double wall = std::chrono::duration<double>(Clock::now() - start).count();
-  const double cpu = CpuSeconds(pid) - cpuBefore;
-  std::sort(latencyUs.begin(), latencyUs.end());
-  if (!latencyUs.empty()) {
-    std::printf("  %zu documents matched; latency median %.0f us, p99 %.0f us, max %.0f us\n",
-                latencyUs.size(), latencyUs[latencyUs.size() / 2],
-                latencyUs[std::min(latencyUs.size() - 1, latencyUs.size() * 99 / 100)],
-                latencyUs.back());
-  }
-  std::printf("  daemon CPU: %.1f%% of one core\n", 100.0 * cpu / wall);
 
   // The harness polls every 2 ms, so the figure is good to about 2 ms.
   const auto stopAt = Clock::now();

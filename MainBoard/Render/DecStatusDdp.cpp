@@ -50,7 +50,8 @@ void cPADMetadataJsonDecStatus::AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp,
     AddDDPObjectsArray(ddp, entry);
 
     int bedCount = 0;
-    std::string bedNames;
+    thread_local std::string bedNames;  // kept: its capacity outlives the render
+    bedNames.clear();
     for (unsigned i = 0; i < ct::kBedChannelNames.size; ++i) {
       if (ddp.bedChannels[i] == 0) continue;
       ++bedCount;

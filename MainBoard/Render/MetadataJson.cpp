@@ -7,7 +7,23 @@
 
 using rapidjson::Value;
 
-cMetadataJson::cMetadataJson() { mDoc.SetObject(); }
+namespace {
+
+// The kept block. Its pages are left untouched until a document needs them,
+// so a stream of small documents keeps the daemon's resident memory small;
+// once touched they stay, a fixed bound.
+std::unique_ptr<char[]> KeptBlock(std::size_t bytes) { return std::unique_ptr<char[]>(new char[bytes]); }
+
+}  // namespace
+
+cMetadataJson::cMetadataJson(std::size_t poolBytes, std::size_t textBytes)
+    : mPoolBlock(KeptBlock(poolBytes)),
+      mPool(mPoolBlock.get(), poolBytes),
+      mWriterStack(mWriterStackBlock, sizeof mWriterStackBlock),
+      mDoc(&mPool) {
+  mDoc.SetObject();
+  mBuffer.Reserve(textBytes);
+}
 
 template <typename V>
 void cMetadataJson::SetMember(const char* name, V&& value, Value& obj) {
@@ -110,10 +126,10 @@ Value* cMetadataJson::RootObjectMember(const char* name) {
 }
 
 void cMetadataJson::NewDocument() {
-  // The default allocator of a fresh document is its own pool with 64 KiB
-  // chunks; swapping it in releases the previous pool in one step.
-  rapidjson::Document fresh;
-  mDoc.Swap(fresh);
+  // Values in a pool own nothing, so dropping the root frees nothing either;
+  // the pool is then emptied in one step.
+  mDoc.SetNull();
+  mPool.Clear();
   mDoc.SetObject();
   mBuffer.Clear();
 }
@@ -123,12 +139,16 @@ namespace {
 // rapidjson's compact writer, except that a name or string without anything to
 // escape (no control character, quote or backslash) is copied in one step
 // instead of byte by byte; the text is the same.
-class CompactWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
+using PoolWriter = rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
+                                     rapidjson::MemoryPoolAllocator<>>;
+
+class CompactWriter : public PoolWriter {
  public:
-  explicit CompactWriter(rapidjson::StringBuffer& out) : Writer(out) {}
+  CompactWriter(rapidjson::StringBuffer& out, rapidjson::MemoryPoolAllocator<>& stack)
+      : PoolWriter(out, &stack) {}
 
   bool String(const Ch* str, rapidjson::SizeType length, bool copy = false) {
-    if (NeedsEscape(str, length)) return Writer::String(str, length, copy);
+    if (NeedsEscape(str, length)) return PoolWriter::String(str, length, copy);
     Prefix(rapidjson::kStringType);
     char* out = os_->Push(length + 2);
     out[0] = '"';
@@ -168,6 +188,7 @@ class CompactWriter : public rapidjson::Writer<rapidjson::StringBuffer> {
 
 void cMetadataJson::Serialize() {
   mBuffer.Clear();
-  CompactWriter writer(mBuffer);
+  mWriterStack.Clear();
+  CompactWriter writer(mBuffer, mWriterStack);
   mDoc.Accept(writer);
 }

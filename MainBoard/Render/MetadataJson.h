@@ -7,6 +7,8 @@
 // stored by reference (callers pass literals); the item templates copy the key.
 // String values are always copied into the document's pool.
 
+#include <cstddef>
+#include <memory>
 #include <string>
 
 #include <rapidjson/document.h>
@@ -16,7 +18,23 @@ class cMetadataJson {
  public:
   using Value = rapidjson::Value;
 
-  cMetadataJson();
+  // Bytes of pool and of text kept for the life of the renderer: enough for
+  // the largest document either renderer makes, so that a render allocates
+  // nothing from the heap.
+  static constexpr std::size_t kDefaultPoolBytes = 512 * 1024;
+  static constexpr std::size_t kDefaultTextBytes = 128 * 1024;
+  static constexpr std::size_t kWriterStackBytes = 2048;
+
+  // An empty object as root. The pool (poolBytes) and the text buffer
+  // (textBytes) are allocated here, once, so that no render allocates them;
+  // their pages are faulted in by the first document that needs them and
+  // then stay (resident memory grows with the largest document seen, up to
+  // these sizes). A document that outgrows the pool takes extra blocks from
+  // the heap for that render only.
+  explicit cMetadataJson(std::size_t poolBytes = kDefaultPoolBytes,
+                         std::size_t textBytes = kDefaultTextBytes);
+  cMetadataJson(const cMetadataJson&) = delete;
+  cMetadataJson& operator=(const cMetadataJson&) = delete;
 
   void AddUpdateMember(const char* name, unsigned int value, Value& obj);
   void AddUpdateMember(const char* name, int value, Value& obj);
@@ -42,7 +60,8 @@ class cMetadataJson {
 
   // Item object {"Title","Data","Desc"} written into obj, if obj is an object.
   template <typename T>
-  void AddUpdateObjectMember(std::string& title, T data, std::string& desc, Value& obj) {
+  void AddUpdateObjectMember(const std::string& title, T data, const std::string& desc,
+                             Value& obj) {
     if (!obj.IsObject()) return;
     AddUpdateMember("Title", title, obj);
     AddUpdateMember("Data", data, obj);
@@ -51,8 +70,8 @@ class cMetadataJson {
 
   // Item object under parent[key]: updated in place if present, else appended.
   template <typename T>
-  void AddUpdateObjectMemberToObject(const char* key, std::string& title, T data,
-                                     std::string& desc, Value& parent) {
+  void AddUpdateObjectMemberToObject(const char* key, const std::string& title, T data,
+                                     const std::string& desc, Value& parent) {
     if (!parent.IsObject()) return;
     Value::MemberIterator it = parent.FindMember(key);
     if (it != parent.MemberEnd()) {
@@ -64,8 +83,9 @@ class cMetadataJson {
     parent.AddMember(Value(key, Allocator()), item, Allocator());
   }
 
-  // Starts a rendering: a new document with its own pool (the previous pool
-  // and everything in it is released), an empty object as root, buffer emptied.
+  // Starts a rendering: everything in the pool is dropped at once (the kept
+  // block is reused, extra blocks go back to the heap), an empty object as
+  // root, buffer emptied (its capacity stays).
   void NewDocument();
   // Compact text of the document into the buffer. A NaN or infinity stops the
   // writer: the text ends where that number would have stood.
@@ -74,6 +94,8 @@ class cMetadataJson {
   const char* GetString() const { return mBuffer.GetString(); }
   std::size_t GetSize() const { return mBuffer.GetSize(); }
   rapidjson::Document& Doc() { return mDoc; }
+  // Bytes of pool the current document uses (kept block and extra blocks).
+  std::size_t PoolUsed() const { return mPool.Size(); }
 
  protected:
   rapidjson::Document::AllocatorType& Allocator() { return mDoc.GetAllocator(); }
@@ -81,6 +103,15 @@ class cMetadataJson {
   // name is replaced by an empty object. Null when the root is not an object.
   Value* RootObjectMember(const char* name);
 
+ private:
+  // Declared before mDoc, which lives in them.
+  std::unique_ptr<char[]> mPoolBlock;
+  rapidjson::MemoryPoolAllocator<> mPool;
+  // The writer's stack of open objects and arrays, reused by every Serialize.
+  alignas(16) char mWriterStackBlock[kWriterStackBytes];
+  rapidjson::MemoryPoolAllocator<> mWriterStack;
+
+ protected:
   rapidjson::Document mDoc;
   rapidjson::StringBuffer mBuffer;
 

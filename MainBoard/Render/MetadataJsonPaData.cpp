@@ -120,10 +120,13 @@ std::string BedLayoutLabel(const dlb_padc_ui_md_ed2_s& ed2, unsigned bed) {
 // A dynamic object is a single full-range source without LFE.
 constexpr const char* kDynamicObjectLayout = "1.0";
 
+// The title goes through one string kept for the purpose (its capacity stays),
+// so that an item allocates nothing outside the document's pool.
 template <typename T>
 void AddItem(cMetadataJson& json, Value& parent, const char* key, const char* title, T data,
-             std::string desc) {
-  std::string titleText(title);
+             const std::string& desc) {
+  thread_local std::string titleText;
+  titleText.assign(title);
   json.AddUpdateObjectMemberToObject<T>(key, titleText, data, desc, parent);
 }
 
