@@ -1,6 +1,6 @@
 #pragma once
-// Records filled field by field, the renderer's text, and builders for the
-// expected documents, which are written out by hand in the tests.
+// Records filled field by field, the renderers' text, and item text for
+// checks of single items; whole documents are golden files (tests/golden).
 
 #include <gtest/gtest.h>
 
@@ -12,6 +12,7 @@
 
 #include <rapidjson/document.h>
 
+#include "MetadataJsonPaData.h"
 #include "PADMetadataJsonDecStatus.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "RecordFactory.h"
@@ -32,6 +33,14 @@ inline std::string Render(const kv_dolby_metadata_t& rec, long now = kNow) {
   cPADMetadataJsonDecStatus& renderer = Renderer();
   EXPECT_TRUE(renderer.PrepareMetadataJson(rec, now));
   return std::string(renderer.GetString(), renderer.GetSize());
+}
+
+// The ED2 presentation and object document of rec.
+inline std::string RenderPa(const kv_dolby_metadata_t& rec, bool objectsEnabled, long timeStamp = kNow) {
+  cMetadataJsonPaData* renderer = cMetadataJsonPaData::GetInstance();
+  if (renderer == nullptr) throw std::runtime_error("no presentation renderer");
+  EXPECT_EQ(renderer->PreparePaMetadataJson(rec, objectsEnabled, timeStamp), 1);
+  return std::string(renderer->GetString(), renderer->GetSize());
 }
 
 // Whether the rendered text holds `part` verbatim: an item with its key,
