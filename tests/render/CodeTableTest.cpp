@@ -10,6 +10,8 @@
 
 #include "Ac4PadUi.h"
 #include "CodeTables.h"
+#include "Reader/DlbStatusSubx.h"
+#include "RenderTestSupport.h"
 
 namespace {
 
@@ -53,7 +55,7 @@ const std::vector<TableRows>& Tables() {
       {"Lt/Rt surround downmix", Coded(ct::kLtrtsurmixlev), 0,
        {"Reserved", "Reserved", "Reserved", "-1.5 dB (0.841)", "-3.0 dB (0.707)", "-4.5 dB (0.595)",
         "-6.0 dB (0.500)", "-inf dB (0.000)", nullptr}},
-      {"Lo/Ro surround downmix", Coded(ct::kLorosurmixlev), 3, {"-1.5 dB (0.841)", nullptr}},
+      {"Lo/Ro surround downmix", Coded(ct::kLorosurmixlev), 7, {"-inf dB (0.000)", nullptr}},
       {"trim", [](int c) { return ct::MapDdpTrim(static_cast<dlb_padc_trims>(c)); }, 0,
        {"6.0", "3.0", "1.5", "0.75", "-0.75", "-1.5", "-3.0", "-4.5", "-6.0", "-7.5", "-9.0", "-10.5",
         "-12.0", "-13.5", "-15.0", "-36.0", "0.0", "Auto", nullptr}},
@@ -127,6 +129,28 @@ TEST(CodeTableTest, FrameRatesAndPresenceRules) {
   EXPECT_STREQ(Ac4PadUi::StereoDmxGain(-5), "Not present");
   EXPECT_STREQ(Ac4PadUi::SubstreamDeMaxGain(0, 2), "Disabled");
   EXPECT_STREQ(Ac4PadUi::DrcProfile(-2), "Reserved");
+}
+
+// The reader turns the ED2 misalignment into video lines before rendering:
+// |misalignment| x factor / 1000 in single precision, halves away from zero.
+TEST(CodeTableTest, Ed2MisalignmentInLinesRounds) {
+  const struct { int32_t misalignment; long factor; uint32_t lines; } rows[] = {
+      {3, 500, 2}, {-3, 500, 2}, {5, 100, 1}, {1, 499, 0}, {7, 1000, 7}, {0, 2000, 0},
+      {-2147483647 - 1, 1000, 2147483648u}};
+  for (const auto& r : rows) {
+    EXPECT_EQ(cDlbStatusSubx::MisalignmentInLines(r.misalignment, r.factor), r.lines) << r.misalignment;
+  }
+}
+
+// A Dolby Digital (Plus) document lists at most 16 substreams.
+TEST(CodeTableTest, SubstreamsStopAtSixteen) {
+  auto rec = render_test::NewRecord(16, 1);
+  cPADMetadataJsonDecStatus& renderer = render_test::Renderer();
+  for (const auto& [count, listed] : {std::pair<unsigned, unsigned>{15, 15}, {16, 16}, {17, 16}}) {
+    render_test::Render(*rec);
+    renderer.AddSubstreams(count, rec->md.ddp);
+    EXPECT_EQ(renderer.Doc()["Streams"].Size(), listed) << count;
+  }
 }
 
 }  // namespace

@@ -22,39 +22,12 @@ TEST(DecStatusDocumentTest, GetInstanceKeepsOneRenderer) {
   EXPECT_NE(cPADMetadataJsonDecStatus::GetInstance(), nullptr);
 }
 
-TEST(DecStatusDocumentTest, PcmDocument) {
-  auto rec = NewRecord(0, 1);  // PCM whatever block the header names
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 5;
-  rec->speakerConfig = 1;
-  rec->atmosDecode = 1;
-  rec->md.ddp.atmosPresent = 1;
-  EXPECT_EQ(Render(*rec),
-            "{\"TS\":1700000000,\"ProtoVer\":19,\"TypeId\":0,\"MdId\":1,\"NoOfPrograms\":0,"
-            "\"CurrentProgram\":0," +
-                StatusInfo(Join({Item("Type", "Type", "0", "PCM"), Item("SignalType", "Signal Type", "2", "SDI"),
-                                 Item("Pair", "Pair", "5", "5"),
-                                 Item("ChannelConfig", "Channel Config.", "1", "5.1")})) +
-                "}");
-}
-
 TEST(DecStatusDocumentTest, UnknownStreamTypeGivesTheEmptyObject) {
   for (int typeId : {99, -1, 2, 17, 61}) {
     auto rec = NewRecord(typeId, 1);
     rec->md.ddp.acmod = 7;
     EXPECT_EQ(Render(*rec), "{}") << typeId;
   }
-}
-
-// The protocol version is passed on as received; plain Dolby Digital has the
-// layout of the Dolby Digital (Plus) documents.
-TEST(DecStatusDocumentTest, DolbyDigitalTopLevel) {
-  auto rec = NewRecord(1, 1);
-  rec->protoVer = 7;
-  const std::string text = Render(*rec);
-  EXPECT_TRUE(Shows(text, "{\"TS\":1700000000,\"ProtoVer\":7,\"TypeId\":1,\"MdId\":1,\"NoOfPrograms\":0,"
-                          "\"CurrentProgram\":0,\"IsAtmosPresent\":false,\"StatusInfo\":{"));
-  EXPECT_TRUE(Shows(text, "},\"Streams\":[[{\"BitstreamInfo\":"));
 }
 
 // The block named in the header picks the codec; the stream type only
@@ -84,19 +57,6 @@ TEST(DecStatusDocumentTest, SignalTypeAndPair) {
       EXPECT_TRUE(Shows(Render(*rec), Item("SignalType", "Signal Type", std::to_string(c.inputType), c.signal) +
                                           "," + Item("Pair", "Pair", pair, pair)))
           << typeId;
-    }
-  }
-}
-
-TEST(DecStatusDocumentTest, ChannelConfigurationLists) {
-  const std::pair<int, const char*> cases[] = {{2, "7.1"}, {3, "5.1.2"}, {5, "7.1.4"},
-                                               {6, "9.1.6"}, {7, ""},      {-1, ""}};
-  for (const auto& [config, desc] : cases) {
-    for (int typeId : {0, 16}) {
-      auto rec = NewRecord(typeId, 1);
-      rec->speakerConfig = config;
-      const char* title = typeId == 0 ? "Channel Config." : "Output Speaker Config.";
-      EXPECT_TRUE(Shows(Render(*rec), Item("ChannelConfig", title, std::to_string(static_cast<uint32_t>(config)), desc)));
     }
   }
 }

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include <rapidjson/document.h>
+#include <rapidjson/pointer.h>
 
 #include "MetadataJsonPaData.h"
 #include "PADMetadataJsonDecStatus.h"
@@ -109,6 +110,38 @@ inline std::string Section(const std::string& key, const std::string& title, uns
                            const std::string& desc, const std::string& items) {
   return "{" + Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + std::to_string(index) +
          ",\"Desc\":" + Q(desc) + "," + ExData(items) + "}}";
+}
+
+// Writes value at a byte offset of the codec block (record offset - 52).
+template <typename T>
+void Put(kv_dolby_metadata_t& rec, std::size_t blockOffset, T value) {
+  if (blockOffset + sizeof value > sizeof rec.md.raw) throw std::out_of_range("block offset");
+  std::memcpy(rec.md.raw + blockOffset, &value, sizeof value);
+}
+
+// Copies text into a fixed-width field (terminated when it fits).
+template <std::size_t N>
+void SetText(char (&field)[N], const std::string& text) {
+  std::memset(field, 0, N);
+  std::memcpy(field, text.data(), text.size() < N ? text.size() : N);
+}
+
+inline std::unique_ptr<rapidjson::Document> Parse(const std::string& text) {
+  auto doc = std::make_unique<rapidjson::Document>();
+  doc->Parse(text.c_str(), text.size());
+  EXPECT_FALSE(doc->HasParseError()) << text;
+  if (doc->HasParseError()) doc->SetObject();
+  return doc;
+}
+
+// "Data" and "Desc" of an item, for compact checks.
+struct ItemView {
+  const rapidjson::Value& data;
+  std::string desc;
+};
+inline ItemView ItemOf(const rapidjson::Value& obj, const char* key) {
+  const rapidjson::Value& item = At(obj, key);
+  return ItemView{At(item, "Data"), Text(At(item, "Desc"))};
 }
 
 }  // namespace render_test

@@ -6,12 +6,12 @@
 #include <climits>
 #include <string>
 
-#include "Ac4Ed2TestSupport.h"
+#include "RenderTestSupport.h"
 
 namespace {
 
-using ac4_ed2_test::ItemOf;
-using ac4_ed2_test::SetText;
+using render_test::ItemOf;
+using render_test::SetText;
 using render_test::At;
 using render_test::Item;
 using render_test::Q;
@@ -27,100 +27,6 @@ std::unique_ptr<kv_dolby_metadata_t> NewAc4Record(uint8_t presentations = 0) {
 
 const Value& Presentation(const rapidjson::Document& doc, unsigned i) {
   return At(At(At(doc, "StatusInfo"), "Presentations"), i);
-}
-
-TEST(Ac4StatusTest, WholeDocumentOfOnePresentationAndTwoSubstreams) {
-  auto rec = NewAc4Record(1);
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 3;
-  rec->speakerConfig = 2;
-  rec->atmosDecode = 1;
-  dlb_padc_ui_md_ac4_s& ac4 = rec->md.ac4;
-  ac4.averageBitrate = 96000; ac4.upperBitrate = 128400; ac4.maxUpperBitrate = -1; ac4.frameRateCode = 2;
-  ac4.iFrameInterval = 12; ac4.substreamCount = 2; ac4.bitstreamVersion = 2; ac4.crcError = 5;
-  ac4.activePresentation = 0; ac4.outputChannelConfig = 2; ac4.appliedDeGain = 6; ac4.deGainLimit = 3;
-  ac4.outputRefLevel = -31.5f;
-
-  dlb_padc_ac4_presentation_s& p = ac4.presentations[0];
-  SetText(p.summary, "Main English");
-  SetText(p.language, "eng");
-  SetText(p.loudnessSummary, "EBU R128 compliant");
-  p.level = 3; p.presentationId = 5; p.dialnorm = -23.0f; p.atmosIndication = 2;
-  p.dialogGainPresent = 1; p.dialogGain = 2.5f; p.adGainPresent = 0; p.adGain = 1.0f;
-  p.meGainPresent = 1; p.meGain = -120.0f; p.cmGainPresent = 0; p.cmGain = 0.0f;
-  p.loudnessPresent = 1; p.loudnessRegulation = 2; p.loudnessCorrection = 1; p.gatingType = 1;
-  p.truePeakPresent = 1; p.truePeak = -1.5f; p.shortTerm3sPresent = 0; p.shortTerm3s = -20.0f;
-  p.duckingPresent = 1; p.duckingLevel = -80.0f; p.eac3DrcProfile = 1;
-  p.drcModes[0] = 0; p.drcModes[1] = -1; p.drcModes[2] = 5; p.drcModes[3] = 9;
-  p.loRoCentreMixGain = 2; p.loRoSurroundMixGain = 4; p.ltRtCentreMixGain = -1; p.ltRtSurroundMixGain = 9;
-  p.lfeMixGain = -10.0f; p.preferredDownmix = 2; p.topDownmixPresent = 1;
-  p.topFrontTarget = 0; p.topFrontGain = 2; p.topBackTarget = 1; p.topBackGain = 7;
-  p.substreamIdCount = 3; p.substreamIds[0] = 0; p.substreamIds[1] = 1; p.substreamIds[2] = 7;
-
-  dlb_padc_ac4_substream_s& s0 = ac4.substreams[0];
-  SetText(s0.summary, "Music and effects");
-  SetText(s0.channelConfig, "5.1.2");
-  s0.objectCoded = 0; s0.deEnabled = 1; s0.deMaxGain = 2; s0.dialogMaxGain = 0;
-  dlb_padc_ac4_substream_s& s1 = ac4.substreams[1];
-  SetText(s1.summary, "Dialogue");
-  SetText(s1.channelConfig, "Mono");
-  s1.objectCoded = 1; s1.deEnabled = 0; s1.deMaxGain = 3; s1.dialogMaxGain = 4;
-
-  using render_test::Join;
-  const std::string stream = Join({
-      Item("AC4AverageBitrate", "Average bit rate", "96000", "96 kbps"),
-      Item("AC4UpperBitrate", "Upper bit rate", "128400", "128 kbps"),
-      Item("AC4MaxUpperBitrate", "Maximum bit rate", "-1", "Unavailable"),
-      Item("AC4FrameRate", "Frame rate", "2", "25 fps"), Item("AC4IFrameInterval", "I-frame interval", "12", "12 frames"),
-      Item("AC4BitstreamVersion", "Bitstream version", "2", "2"),
-      Item("AC4PresentationCount", "Number of presentations", "1", "1"),
-      Item("AC4NumSubstreams", "Number of audio substreams", "2", "2"),
-      Item("AC4CrcErrors", "CRC errors", "5", "CRC error detected"),
-      Item("AC4ActivePresentation", "Active presentation", "1", "1"),
-      Item("AC4OutputRefLevel", "Output reference level", "-31.5", "-31.50 dB"),
-      Item("AC4AppliedDeGain", "Applied dialogue enhancement gain", "6", "6.00 dB"),
-      Item("AC4DeGainLimit", "Dialogue enhancement gain limit", "3", "9.0 dB"),
-      Item("AC4ChannelConfig", "Decoder output - active channel configuration", "2", "5.1.2"),
-      Item("ChannelConfig", "Speaker configuration", "2", "5.1.4"), Item("AtmosPresent", "Atmos Presence", "true", "Yes"),
-      Item("SignalType", "Signal Type", "2", "SDI"), Item("Pair", "Pair", "3", "3")});
-  const std::string presentation = Join({
-      Item("Summary", "Presentation summary", Q("Main English"), "Main English"), Item("Id", "Presentation ID", "5", "5"),
-      Item("SubIds", "Substream IDs", "3", "0, 1, 7"), Item("Level", "Presentation level", "3", "3"),
-      Item("Lang", "Language", Q("eng"), "eng"), Item("Atmos", "Dolby Atmos presence", "2", "On"),
-      Item("Dialnorm", "Dialogue normalization", "-23.0", "-23.00 dB"),
-      Item("LoudSum", "Loudness summary", Q("EBU R128 compliant"), "EBU R128 compliant"),
-      Item("LoudReg", "Loudness regulation type", "2", "EBU R128"),
-      Item("LoudCorr", "Loudness correction type", "1", "Real-time"), Item("Gate", "Gating type", "1", "Dialogue gated"),
-      Item("TruePk", "True peak", "-1.5", "-1.50 dB"), Item("St3s", "Short-term loudness (3s)", "-20.0", "Not present"),
-      Item("Eac3Drc", "E-AC-3 DRC profile", "1", "Film Standard"), Item("DrcMode0", "Home theater AVR", "0", "None"),
-      Item("DrcMode1", "Flat panel TV", "-1", "Not present"), Item("DrcMode2", "Portable speakers", "5", "Speech"),
-      Item("DrcMode3", "Portable headphones", "9", "Gains only"),
-      Item("Duck", "Main audio ducking level", "-80.0", "-inf dB"), Item("DlgGain", "Dialogue gain", "2.5", "2.50 dB"),
-      Item("AdGain", "Audio Description gain", "1.0", "Not present"),
-      Item("MeGain", "Music and Effects gain", "-120.0", "-inf dB"),
-      Item("CmGain", "Complete Main gain", "0.0", "Not present"), Item("LoRoC", "Lo/Ro center mix gain", "2", "0.0 dB"),
-      Item("LoRoS", "Lo/Ro surround mix gain", "4", "-3.0 dB"),
-      Item("LtRtC", "Lt/Rt center mix gain", "-1", "Not present"), Item("LtRtS", "Lt/Rt surround mix gain", "9", "Unknown"),
-      Item("LfeMix", "LFE mix gain", "-10.0", "-10.00 dB"), Item("PrefDmx", "Preferred downmix mode", "2", "Lt/Rt"),
-      Item("TfTgt", "5.1.4 to 5.1 top front target", "0", "Front"),
-      Item("TfGain", "5.1.4 to 5.1 top front mix gain", "2", "-3.0 dB"),
-      Item("TbTgt", "5.1.4 to 5.1 top back target", "1", "Surround"),
-      Item("TbGain", "5.1.4 to 5.1 top back mix gain", "7", "-inf dB")});
-  const std::string substreams =
-      Join({Item("Summary", "Substream summary", Q("Music and effects"), "Music and effects"),
-            Item("Id", "Substream ID", "0", "0"), Item("ChCfg", "Channel configuration", Q("5.1.2"), "5.1.2"),
-            Item("Obj", "Object coded", "0", "False"), Item("DlgMax", "Maximum Dialogue gain", "0", "Disabled"),
-            Item("DeMax", "Dialogue enhancement gain limit", "2", "6.0 dB")}) +
-      "},{" +
-      Join({Item("Summary", "Substream summary", Q("Dialogue"), "Dialogue"), Item("Id", "Substream ID", "1", "1"),
-            Item("ChCfg", "Channel configuration", Q("Mono"), "Mono"), Item("Obj", "Object coded", "1", "True"),
-            Item("DlgMax", "Maximum Dialogue gain", "4", "12.0 dB"),
-            Item("DeMax", "Dialogue enhancement gain limit", "3", "Disabled")});
-  const std::string expected =
-      R"({"TS":1700000000,"ProtoVer":19,"TypeId":24,"MdId":3,"NoOfPrograms":1,"CurrentProgram":1,"NoOfStreams":1,)"
-      R"("IsAtmosPresent":true,"StatusInfo":{"Title":"Extended Metadata Details","Data":0,"Desc":"","ExData":[{)" +
-      stream + R"(}],"Presentations":[{)" + presentation + R"(}],"Substreams":[{)" + substreams + "}]}}";
-  EXPECT_EQ(Render(*rec), expected);
 }
 
 // (count, active) -> presentations listed, number shown as active, the
@@ -148,7 +54,7 @@ TEST(Ac4StatusTest, SelectionListsShowsAndTakesAtmosFromTheActivePresentation) {
       }
       const bool atmos = on && c.listed != 0;
       const std::string text = Render(*rec);
-      auto doc = ac4_ed2_test::Parse(text);
+      auto doc = render_test::Parse(text);
       EXPECT_TRUE(Shows(text, "\"NoOfPrograms\":" + listed + ",\"CurrentProgram\":" + shown + ",\"NoOfStreams\":" +
                                   listed + ",\"IsAtmosPresent\":" + (atmos ? "true" : "false")));
       EXPECT_TRUE(Shows(text, Item("AC4PresentationCount", "Number of presentations", listed, listed)));

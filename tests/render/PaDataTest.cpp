@@ -12,13 +12,13 @@
 #include <climits>
 #include <string>
 
-#include "Ac4Ed2TestSupport.h"
+#include "RenderTestSupport.h"
 
 namespace {
 
-using ac4_ed2_test::Parse;
-using ac4_ed2_test::Put;
-using ac4_ed2_test::RenderPa;
+using render_test::Parse;
+using render_test::Put;
+using render_test::RenderPa;
 using render_test::At;
 using render_test::Item;
 using render_test::Q;
@@ -34,7 +34,6 @@ std::size_t BedFlag(unsigned j, unsigned f) { return 64 + 284 * j + f; }
 std::size_t BedGain(unsigned j, unsigned s) { return 84 + 284 * j + 4 * s; }
 std::size_t BedSources(unsigned j) { return 276 + 284 * j; }
 std::size_t BedTarget(unsigned j, unsigned k) { return 280 + 284 * j + 4 * k; }
-std::size_t ObjectChannel(unsigned j) { return 2618 + 776 * j; }
 std::size_t ObjectClass(unsigned j) { return 2620 + 776 * j; }
 std::size_t ObjectGain(unsigned j, unsigned s) { return 2624 + 776 * j + 4 * s; }
 std::size_t ObjectPosition(unsigned j, unsigned s) { return 2816 + 776 * j + 12 * s; }
@@ -108,73 +107,6 @@ std::string Source(const std::string& target, const std::string& targetText,
 std::string Root(const std::string& count, const std::string& active, const std::string& name) {
   return R"({"TS":1700000000,"NoPresentations":)" + count + R"(,"ActivePANo":)" + active +
          R"(,"ActivePAName":)" + Q(name);
-}
-
-TEST(PaDataTest, WholeDocumentWithBedsObjectsAndSources) {
-  auto rec = NewEd2Record(2);
-  rec->activePaNo = 1;
-  Put<int16_t>(*rec, kBedCount, 2);
-  Put<int16_t>(*rec, kObjectCount, 3);
-
-  // Bed 0: L R C LFE Ls Rs, three sources; bed 1: Lfh Rfh, no sources.
-  for (unsigned f = 0; f < 6; ++f) Put<uint8_t>(*rec, BedFlag(0, f), 1);
-  Put<int32_t>(*rec, BedSources(0), 3);
-  Put<int32_t>(*rec, BedTarget(0, 0), 0);   // speaker type 1, L
-  Put<int32_t>(*rec, BedTarget(0, 1), 2);   // speaker type 3, C
-  Put<int32_t>(*rec, BedTarget(0, 2), 20);  // speaker type 21: no name
-  Put<float>(*rec, BedGain(0, 2), -4.5f);
-  Put<uint8_t>(*rec, BedFlag(1, 8), 1);
-  Put<uint8_t>(*rec, BedFlag(1, 9), 1);
-
-  Put<int16_t>(*rec, ObjectChannel(0), 4);
-  Put<uint32_t>(*rec, ObjectClass(0), 1);
-  Put<float>(*rec, ObjectGain(0, 0), -3.0f);
-  PutPosition(*rec, 0, 0, 0.25f, 0.75f, 0.5f);
-  Put<int16_t>(*rec, ObjectChannel(1), -1);
-  Put<uint32_t>(*rec, ObjectClass(1), 9);
-  // Set 60 lies beyond the object's own 48 entries; the offsets still apply.
-  Put<float>(*rec, ObjectGain(1, 60), 0.5f);
-  PutPosition(*rec, 1, 60, 0.5f, 0.25f, 0.0f);
-  Put<int16_t>(*rec, ObjectChannel(2), 254);
-  Put<uint32_t>(*rec, ObjectClass(2), 0);
-  Put<float>(*rec, ObjectGain(2, 3), -6.0f);
-  PutPosition(*rec, 2, 3, 1.0f, 0.0f, 1.0f);
-
-  PutName(*rec, 0, "Main");
-  Include(*rec, 0, 0, 2);
-  Include(*rec, 0, 1, 0);
-  IncludeObject(*rec, 0, 0, 0);
-  IncludeObject(*rec, 0, 2, 3);
-  PutName(*rec, 1, "Commentary");
-  Include(*rec, 1, 1, 1);
-  IncludeObject(*rec, 1, 1, 60);
-
-  const std::string bed0 = BedEntry("5-1", " L R C LFE Ls Rs", " L R C LFE Ls Rs");
-  const std::string bed1 = BedEntry("2-0", " Lfh Rfh", " Lfh Rfh");
-  const std::string object0 = DynamicEntry("1", "Dialogue", {"-0.5", "0.25"}, {"-0.5", "0.75"},
-                                           {"0.5", "0.50"}, "0", "5", {"-3.0", "-3.00"});
-  const std::string object1 = DynamicEntry("1", "9", {"0.0", "0.50"}, {"0.5", "0.25"},
-                                           {"0.0", "0.00"}, "1", "0", {"0.5", "0.50"});
-  const std::string object2 = DynamicEntry("0", "Not indicated", {"1.0", "1.00"}, {"1.0", "0.00"},
-                                           {"1.0", "1.00"}, "2", "255", {"-6.0", "-6.00"});
-  const Xyz g{"-4.5", "-4.50"}, zero{"0.0", "0.00"}, one{"1.0", "1.00"}, minusOne{"-1.0", "-1.00"};
-  const std::string paBed0 =
-      "{" + Item("SpeakerConfig", "Speaker Config", Q("5-1"), " L R C LFE Ls Rs") + "," +
-      Item("NoSources", "No. of Sources", "3", "3") + ",\"Sources\":[" +
-      Source("1", "L", "1", g, minusOne, one, zero) + "," +
-      Source("3", "C", "2", g, zero, one, zero) + "," +
-      Source("21", "21", "3", g, zero, zero, zero) + "]}";
-  const std::string paBed1 = "{" +
-                             Item("SpeakerConfig", "Speaker Config", Q("2-0"), " Lfh Rfh") + "," +
-                             Item("NoSources", "No. of Sources", "0", "0") + ",\"Sources\":[]}";
-
-  const std::string expected =
-      Root("2", "1", "Commentary") + ",\"Presentations\":[{" +
-      R"("Name":{"Title":"Name","Data":true,"Desc":"Main"},"PaObjects":[)" + bed0 + "," + bed1 +
-      "," + object0 + "," + object2 + "],\"PaBed\":" + paBed0 + "},{" +
-      R"("Name":{"Title":"Name","Data":true,"Desc":"Commentary"},"PaObjects":[)" + bed1 + "," +
-      object1 + "],\"PaBed\":" + paBed1 + "}]}";
-  EXPECT_EQ(RenderPa(*rec, true), expected);
 }
 
 TEST(PaDataTest, NotEd2GivesTheEmptyObject) {
