@@ -76,13 +76,6 @@ TEST(Ac4StatusTest, AtmosDecodeOffHidesTheActivePresentationsAtmos) {
   EXPECT_TRUE(Shows(text, Item("Atmos", "Dolby Atmos presence", "2", "On")));  // the presentation still tells
 }
 
-TEST(Ac4StatusTest, InputTypeZeroShowsAesAndPairZero) {
-  auto rec = NewAc4Record();
-  rec->inputType = SYS_INPUT_TYPE_NONE;
-  rec->dzPair = 5;
-  EXPECT_TRUE(Shows(Render(*rec), Item("SignalType", "Signal Type", "0", "AES") + "," + Item("Pair", "Pair", "0", "0")));
-}
-
 // Rounded half up per field; a negative rate is unavailable.
 TEST(Ac4StatusTest, BitRatesRoundHalfUpPerField) {
   const struct { int32_t average, upper, max; const char* texts[3]; } cases[] = {
@@ -172,21 +165,6 @@ TEST(Ac4StatusTest, AbsentFlagsHideValuesAndGatingNeedsAPositiveOrZeroType) {
     const std::string rendered = Render(*rec);
     EXPECT_TRUE(Shows(rendered, Item("Gate", "Gating type", std::to_string(gating), text)));
     EXPECT_TRUE(Shows(rendered, Item("LoudCorr", "Loudness correction type", "0", "File-based")));
-  }
-}
-
-// The profile texts are looked up with code + 1, so -1 is "Not present".
-TEST(Ac4StatusTest, DrcProfilesByCodePlusOne) {
-  const std::pair<int, const char*> cases[] = {
-      {-1, "Not present"}, {0, "None"},       {6, "Reserved"},  {8, "User defined"},    {9, "Gains only"},
-      {10, "Reserved"},    {-2, "Reserved"}, {INT_MAX, "Reserved"}, {INT_MIN, "Reserved"}};
-  for (const auto& [code, text] : cases) {
-    auto rec = NewAc4Record(1);
-    rec->md.ac4.presentations[0].eac3DrcProfile = code;
-    rec->md.ac4.presentations[0].drcModes[3] = code;
-    const std::string rendered = Render(*rec);
-    EXPECT_TRUE(Shows(rendered, Item("Eac3Drc", "E-AC-3 DRC profile", std::to_string(code), text)));
-    EXPECT_TRUE(Shows(rendered, Item("DrcMode3", "Portable headphones", std::to_string(code), text)));
   }
 }
 

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <functional>
 #include <string>
 #include <vector>
@@ -128,7 +129,10 @@ TEST(CodeTableTest, FrameRatesAndPresenceRules) {
   EXPECT_STREQ(Ac4PadUi::CdmxGain(0, 2), "Not present");
   EXPECT_STREQ(Ac4PadUi::StereoDmxGain(-5), "Not present");
   EXPECT_STREQ(Ac4PadUi::SubstreamDeMaxGain(0, 2), "Disabled");
-  EXPECT_STREQ(Ac4PadUi::DrcProfile(-2), "Reserved");
+  for (int code : {-2, INT_MAX, INT_MIN}) EXPECT_STREQ(Ac4PadUi::DrcProfile(code), "Reserved");
+  // "%.2f" of the largest float is 42 characters before " dB": no truncation.
+  EXPECT_EQ(Ac4PadUi::FloatDb(3.4028234663852886e38f, -200.0f), "340282346638528859811704183484516925440.00 dB");
+  EXPECT_EQ(Ac4PadUi::FloatDb(-1e30f, -200.0f), "-inf dB");
 }
 
 // The reader turns the ED2 misalignment into video lines before rendering:
