@@ -134,6 +134,10 @@ TEST(PaDataTest, WhenNothingIsListed) {
     PutName(*rec, 0, "Main");
     EXPECT_EQ(RenderPa(*rec, c.enabled, 42), c.expected);
   }
+  auto full = NewEd2Record(16);  // the largest count still listed
+  auto doc = Parse(RenderPa(*full, true));
+  const Value* listed = rapidjson::Pointer("/Presentations").Get(*doc);
+  EXPECT_EQ(listed != nullptr && listed->IsArray() ? listed->Size() : 0u, 16u);
 }
 
 // The name item's data tells that a text is there, even an empty one; with
