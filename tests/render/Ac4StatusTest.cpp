@@ -1,6 +1,7 @@
 // AC-4 status document: the whole document for a representative record, and
 // the presentation selection, thresholds and code fallbacks.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -10,13 +11,15 @@
 
 namespace {
 
+using ::testing::HasSubstr;
+using ::testing::Not;
+
 using render_test::ItemOf;
 using render_test::SetText;
-using render_test::At;
+using render_test::Get;
 using render_test::Item;
 using render_test::Q;
 using render_test::Render;
-using render_test::Shows;
 using rapidjson::Value;
 
 std::unique_ptr<kv_dolby_metadata_t> NewAc4Record(uint8_t presentations = 0) {
@@ -26,7 +29,7 @@ std::unique_ptr<kv_dolby_metadata_t> NewAc4Record(uint8_t presentations = 0) {
 }
 
 const Value& Presentation(const rapidjson::Document& doc, unsigned i) {
-  return At(At(At(doc, "StatusInfo"), "Presentations"), i);
+  return Get(doc, ("/StatusInfo/Presentations/" + std::to_string(i)).c_str());
 }
 
 // (count, active) -> presentations listed, number shown as active, the
@@ -55,12 +58,12 @@ TEST(Ac4StatusTest, SelectionListsShowsAndTakesAtmosFromTheActivePresentation) {
       const bool atmos = on && c.listed != 0;
       const std::string text = Render(*rec);
       auto doc = render_test::Parse(text);
-      EXPECT_TRUE(Shows(text, "\"NoOfPrograms\":" + listed + ",\"CurrentProgram\":" + shown + ",\"NoOfStreams\":" +
+      EXPECT_THAT(text, HasSubstr("\"NoOfPrograms\":" + listed + ",\"CurrentProgram\":" + shown + ",\"NoOfStreams\":" +
                                   listed + ",\"IsAtmosPresent\":" + (atmos ? "true" : "false")));
-      EXPECT_TRUE(Shows(text, Item("AC4PresentationCount", "Number of presentations", listed, listed)));
-      EXPECT_TRUE(Shows(text, Item("AC4ActivePresentation", "Active presentation", shown, shown)));
-      EXPECT_TRUE(Shows(text, Item("AtmosPresent", "Atmos Presence", atmos ? "true" : "false", atmos ? "Yes" : "No")));
-      const Value& presentations = At(At(*doc, "StatusInfo"), "Presentations");
+      EXPECT_THAT(text, HasSubstr(Item("AC4PresentationCount", "Number of presentations", listed, listed)));
+      EXPECT_THAT(text, HasSubstr(Item("AC4ActivePresentation", "Active presentation", shown, shown)));
+      EXPECT_THAT(text, HasSubstr(Item("AtmosPresent", "Atmos Presence", atmos ? "true" : "false", atmos ? "Yes" : "No")));
+      const Value& presentations = Get(*doc, "/StatusInfo/Presentations");
       EXPECT_EQ(presentations.IsArray() ? presentations.Size() : 999u, c.listed);
     }
   }
@@ -71,9 +74,9 @@ TEST(Ac4StatusTest, AtmosDecodeOffHidesTheActivePresentationsAtmos) {
   rec->atmosDecode = 0;
   rec->md.ac4.presentations[0].atmosIndication = 2;
   const std::string text = Render(*rec);
-  EXPECT_TRUE(Shows(text, "\"IsAtmosPresent\":false"));
-  EXPECT_TRUE(Shows(text, Item("AtmosPresent", "Atmos Presence", "false", "No")));
-  EXPECT_TRUE(Shows(text, Item("Atmos", "Dolby Atmos presence", "2", "On")));  // the presentation still tells
+  EXPECT_THAT(text, HasSubstr("\"IsAtmosPresent\":false"));
+  EXPECT_THAT(text, HasSubstr(Item("AtmosPresent", "Atmos Presence", "false", "No")));
+  EXPECT_THAT(text, HasSubstr(Item("Atmos", "Dolby Atmos presence", "2", "On")));  // the presentation still tells
 }
 
 // Rounded half up per field; a negative rate is unavailable.
@@ -88,9 +91,9 @@ TEST(Ac4StatusTest, BitRatesRoundHalfUpPerField) {
     rec->md.ac4.upperBitrate = c.upper;
     rec->md.ac4.maxUpperBitrate = c.max;
     const std::string text = Render(*rec);
-    EXPECT_TRUE(Shows(text, Item("AC4AverageBitrate", "Average bit rate", std::to_string(c.average), c.texts[0])));
-    EXPECT_TRUE(Shows(text, Item("AC4UpperBitrate", "Upper bit rate", std::to_string(c.upper), c.texts[1])));
-    EXPECT_TRUE(Shows(text, Item("AC4MaxUpperBitrate", "Maximum bit rate", std::to_string(c.max), c.texts[2])));
+    EXPECT_THAT(text, HasSubstr(Item("AC4AverageBitrate", "Average bit rate", std::to_string(c.average), c.texts[0])));
+    EXPECT_THAT(text, HasSubstr(Item("AC4UpperBitrate", "Upper bit rate", std::to_string(c.upper), c.texts[1])));
+    EXPECT_THAT(text, HasSubstr(Item("AC4MaxUpperBitrate", "Maximum bit rate", std::to_string(c.max), c.texts[2])));
   }
 }
 
@@ -132,8 +135,8 @@ TEST(Ac4StatusTest, StreamLevelsUseTheLoudnessFloor) {
     rec->md.ac4.outputRefLevel = c.ref;
     rec->md.ac4.appliedDeGain = c.de;
     auto doc = render_test::RenderParsed(*rec);
-    EXPECT_EQ(ItemOf(render_test::StatusEntry(*doc), "AC4OutputRefLevel").desc, c.refText);
-    EXPECT_EQ(ItemOf(render_test::StatusEntry(*doc), "AC4AppliedDeGain").desc, c.deText);
+    EXPECT_EQ(ItemOf(Get(*doc, "/StatusInfo/ExData/0"), "AC4OutputRefLevel").desc, c.refText);
+    EXPECT_EQ(ItemOf(Get(*doc, "/StatusInfo/ExData/0"), "AC4AppliedDeGain").desc, c.deText);
   }
 }
 
@@ -163,8 +166,8 @@ TEST(Ac4StatusTest, AbsentFlagsHideValuesAndGatingNeedsAPositiveOrZeroType) {
   for (const auto& [gating, text] : {std::pair<int, const char*>{-1, "Not present"}, {0, "Level gated"}}) {
     p.gatingType = gating;
     const std::string rendered = Render(*rec);
-    EXPECT_TRUE(Shows(rendered, Item("Gate", "Gating type", std::to_string(gating), text)));
-    EXPECT_TRUE(Shows(rendered, Item("LoudCorr", "Loudness correction type", "0", "File-based")));
+    EXPECT_THAT(rendered, HasSubstr(Item("Gate", "Gating type", std::to_string(gating), text)));
+    EXPECT_THAT(rendered, HasSubstr(Item("LoudCorr", "Loudness correction type", "0", "File-based")));
   }
 }
 
@@ -177,9 +180,9 @@ TEST(Ac4StatusTest, SubstreamIdsListAtMost64OfTheCountGiven) {
     p.substreamIds[i] = 100 + i;
     expected += (i ? ", " : "") + std::to_string(100 + i);
   }
-  EXPECT_TRUE(Shows(Render(*rec), Item("SubIds", "Substream IDs", "70", expected)));
+  EXPECT_THAT(Render(*rec), HasSubstr(Item("SubIds", "Substream IDs", "70", expected)));
   p.substreamIdCount = 0;
-  EXPECT_TRUE(Shows(Render(*rec), Item("SubIds", "Substream IDs", "0", "Not present")));
+  EXPECT_THAT(Render(*rec), HasSubstr(Item("SubIds", "Substream IDs", "0", "Not present")));
 }
 
 // At most 64 substreams are listed under the count received; each entry
@@ -203,8 +206,8 @@ TEST(Ac4StatusTest, SubstreamsStopAt64AndCountTheirPosition) {
            "}";
   };
   const std::string text = Render(*rec);
-  EXPECT_TRUE(Shows(text, Item("AC4NumSubstreams", "Number of audio substreams", "70", "70")));
-  EXPECT_TRUE(Shows(text, entry(62, "12.0 dB") + "," + entry(63, "Disabled") + "]}}"));
+  EXPECT_THAT(text, HasSubstr(Item("AC4NumSubstreams", "Number of audio substreams", "70", "70")));
+  EXPECT_THAT(text, HasSubstr(entry(62, "12.0 dB") + "," + entry(63, "Disabled") + "]}}"));
 }
 
 TEST(Ac4StatusTest, UnterminatedTextsStopAtTheirFieldWidth) {
@@ -222,7 +225,7 @@ TEST(Ac4StatusTest, UnterminatedTextsStopAtTheirFieldWidth) {
                                          {"Lang", "Language", std::string(64, 'L')},
                                          {"Summary", "Substream summary", std::string(200, 'a')},
                                          {"ChCfg", "Channel configuration", std::string(100, 'c')}}) {
-    EXPECT_TRUE(Shows(text, Item(key, title, Q(fill), fill)));
+    EXPECT_THAT(text, HasSubstr(Item(key, title, Q(fill), fill)));
   }
 }
 

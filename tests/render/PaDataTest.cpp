@@ -7,6 +7,7 @@
 //   presentation k at 15034 + 114k: name, bedIncluded +64, bedSetIndex +73,
 //              objectIncluded +82, objectSetIndex +98
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
@@ -16,13 +17,15 @@
 
 namespace {
 
+using ::testing::HasSubstr;
+using ::testing::Not;
+
 using render_test::Parse;
 using render_test::Put;
 using render_test::RenderPa;
-using render_test::At;
+using render_test::Get;
 using render_test::Item;
 using render_test::Q;
-using render_test::Shows;
 using rapidjson::Value;
 
 constexpr std::size_t kBedCount = 56;
@@ -153,7 +156,7 @@ TEST(PaDataTest, PresentationNames) {
   rec = NewEd2Record(1);
   PutName(*rec, 0, std::string(64, 'n'));
   Put<uint8_t>(*rec, PresentationAt(0) + 64, 'X');  // bedIncluded[0] right after the name
-  EXPECT_TRUE(Shows(RenderPa(*rec, true), R"("ActivePAName":")" + std::string(64, 'n') + "\""));
+  EXPECT_THAT(RenderPa(*rec, true), HasSubstr(R"("ActivePAName":")" + std::string(64, 'n') + "\""));
 }
 
 TEST(PaDataTest, ObjectCountsAreClampedAndNegativeMeansNone) {
@@ -166,7 +169,7 @@ TEST(PaDataTest, ObjectCountsAreClampedAndNegativeMeansNone) {
     Put<int16_t>(*rec, kBedCount, c.beds);
     Put<int16_t>(*rec, kObjectCount, c.objects);
     auto doc = Parse(RenderPa(*rec, true));
-    const Value& objects = At(At(At(*doc, "Presentations"), 0u), "PaObjects");
+    const Value& objects = Get(*doc, "/Presentations/0/PaObjects");
     EXPECT_EQ(objects.IsArray() ? objects.Size() : 999u, c.entries) << c.beds << "/" << c.objects;
   }
 }
@@ -185,16 +188,16 @@ TEST(PaDataTest, BedSourceCountAndTargetsAreBounded) {
   Put<int32_t>(*rec, BedTarget(0, 4), 12);       // type 13, Lrh
   const Xyz zero{"0.0", "0.00"}, one{"1.0", "1.00"}, minusOne{"-1.0", "-1.00"};
   const std::string text = RenderPa(*rec, true);
-  EXPECT_TRUE(Shows(text, Item("NoSources", "No. of Sources", "20", "20") + ",\"Sources\":[" +
+  EXPECT_THAT(text, HasSubstr(Item("NoSources", "No. of Sources", "20", "20") + ",\"Sources\":[" +
                               Source("0", "-", "1", zero, zero, zero, zero) + "," +
                               Source("17", "LFE2", "2", zero, zero, one, zero) + "," +
                               Source("-2147483648", "-2147483648", "3", zero, zero, zero, zero) + "," +
                               Source("-4", "-4", "4", zero, zero, zero, zero) + "," +
                               Source("13", "Lrh", "5", zero, minusOne, minusOne, one) + ","));
-  EXPECT_TRUE(Shows(text, "," + Source("1", "L", "16", zero, minusOne, one, zero) + "]}"));  // stored 0: type 1
+  EXPECT_THAT(text, HasSubstr("," + Source("1", "L", "16", zero, minusOne, one, zero) + "]}"));  // stored 0: type 1
 
   Put<int32_t>(*rec, BedSources(0), -3);
-  EXPECT_TRUE(Shows(RenderPa(*rec, true), Item("NoSources", "No. of Sources", "-3", "-3") + ",\"Sources\":[]"));
+  EXPECT_THAT(RenderPa(*rec, true), HasSubstr(Item("NoSources", "No. of Sources", "-3", "-3") + ",\"Sources\":[]"));
 }
 
 // "PaBed" describes the first included bed, with the gain of its set (here
@@ -212,10 +215,10 @@ TEST(PaDataTest, PaBedDescribesTheFirstIncludedBedWithItsSetGain) {
   Put<int32_t>(*rec, BedSources(0), 5);
   const Xyz zero{"0.0", "0.00"}, one{"1.0", "1.00"};
   const std::string text = RenderPa(*rec, true);
-  EXPECT_TRUE(Shows(text, ",\"PaBed\":{" + Item("SpeakerConfig", "Speaker Config", Q("0-1"), " LFE2") + "," +
+  EXPECT_THAT(text, HasSubstr(",\"PaBed\":{" + Item("SpeakerConfig", "Speaker Config", Q("0-1"), " LFE2") + "," +
                               Item("NoSources", "No. of Sources", "1", "1") + ",\"Sources\":[" +
                               Source("4", "LFE", "1", {"2.25", "2.25"}, zero, one, zero) + "]}"));
-  EXPECT_TRUE(Shows(text, BedEntry("0-0", "", "-") + "]"));
+  EXPECT_THAT(text, HasSubstr(BedEntry("0-0", "", "-") + "]"));
 }
 
 // Any class but 0 counts as dialogue in "Data"; the text names codes 0 to 8.
@@ -230,8 +233,7 @@ TEST(PaDataTest, ObjectClassTextsAndHighestSetIndex) {
                                "Commentary",    "Audio description", "Emergency", "Voice over", "9"};
   for (uint32_t code = 0; code <= 9; ++code) {
     Put<uint32_t>(*rec, ObjectClass(0), code);
-    EXPECT_TRUE(Shows(RenderPa(*rec, true),
-                      DynamicEntry(code != 0 ? "1" : "0", names[code], {"-1.0", "0.00"}, {"-1.0", "1.00"},
+    EXPECT_THAT(RenderPa(*rec, true), HasSubstr(DynamicEntry(code != 0 ? "1" : "0", names[code], {"-1.0", "0.00"}, {"-1.0", "1.00"},
                                    {"0.75", "0.75"}, "0", "1", {"-1.25", "-1.25"})));
   }
 }

@@ -44,13 +44,6 @@ inline std::string RenderPa(const kv_dolby_metadata_t& rec, bool objectsEnabled,
   return std::string(renderer->GetString(), renderer->GetSize());
 }
 
-// Whether the rendered text holds `part` verbatim: an item with its key,
-// title, typed data and description, or any other run of the document.
-inline ::testing::AssertionResult Shows(const std::string& text, const std::string& part) {
-  if (text.find(part) != std::string::npos) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << "missing " << part << "\n in " << text;
-}
-
 // The rendered document, parsed; fails the test when the text is not JSON.
 inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata_t& rec) {
   auto doc = std::make_unique<rapidjson::Document>();
@@ -61,22 +54,12 @@ inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata
   return doc;
 }
 
-// Member key of obj (element i of an array), or a static null value when
-// missing: the test then fails on the value it expected.
-inline const rapidjson::Value& At(const rapidjson::Value& obj, const char* key) {
+// The value at a JSON pointer ("/StatusInfo/ExData/0"), or a static null
+// value when there is none: the test then fails on the value it expected.
+inline const rapidjson::Value& Get(const rapidjson::Value& root, const char* pointer) {
   static const rapidjson::Value kMissing;
-  if (!obj.IsObject()) return kMissing;
-  auto it = obj.FindMember(key);
-  return it == obj.MemberEnd() ? kMissing : it->value;
-}
-inline const rapidjson::Value& At(const rapidjson::Value& array, unsigned i) {
-  static const rapidjson::Value kMissing;
-  return array.IsArray() && i < array.Size() ? array[i] : kMissing;
-}
-
-// The one entry of "StatusInfo"'s "ExData".
-inline const rapidjson::Value& StatusEntry(const rapidjson::Value& doc) {
-  return At(At(At(doc, "StatusInfo"), "ExData"), 0u);
+  const rapidjson::Value* v = rapidjson::GetValueByPointer(root, rapidjson::Pointer(pointer));
+  return v != nullptr ? *v : kMissing;
 }
 
 inline std::string Text(const rapidjson::Value& v) { return v.IsString() ? v.GetString() : "<none>"; }
@@ -140,8 +123,8 @@ struct ItemView {
   std::string desc;
 };
 inline ItemView ItemOf(const rapidjson::Value& obj, const char* key) {
-  const rapidjson::Value& item = At(obj, key);
-  return ItemView{At(item, "Data"), Text(At(item, "Desc"))};
+  const std::string path = std::string("/") + key;
+  return ItemView{Get(obj, (path + "/Data").c_str()), Text(Get(obj, (path + "/Desc").c_str()))};
 }
 
 }  // namespace render_test
