@@ -9,7 +9,9 @@
 #include <string>
 
 #include "Messaging/MetadataPublisher.h"
+#include "JsonParseHbMonMessages.h"
 #include "Messaging/PubHandler.h"
+#include "Reader/DlbStatusSubx.h"
 #include "MqTestSupport.h"
 
 namespace {
@@ -127,6 +129,22 @@ TEST_F(MetadataPublisherTest, RawSendersRejectEmptyInputAndReuseTheirFrames) {
     EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"LongerTopic", "b"}));
     EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"T", std::string("a\0", 2)}));
   }
+}
+
+// The decoder-state message while the decoder is reported but the reader's
+// subscription to it is not connected (the reader is not started here).
+TEST_F(MetadataPublisherTest, StateWhileTheDecoderIsNotConnected) {
+  Init(2);
+  ASSERT_TRUE(Subscribe());
+  cDlbStatusSubx reader;
+  cJsonParseSysStatus::mbDolbyDecoderDetected = true;
+  cDlbStatusSubx::miDecodingSource = 2;
+  reader.PublishDolbyDecoderStatus(true);
+  EXPECT_EQ(mqtest::RecvFrames(sub_),
+            (Frames{"DolbyProcStatus", R"({"Status" : "Not connected to Dolby Decoder", "Event" : "Dolby Preset"})"}));
+  cJsonParseSysStatus::mbDolbyDecoderDetected = false;
+  cDlbStatusSubx::miDecodingSource = 0;
+  cDlbStatusSubx::mpPubs = nullptr;
 }
 
 }  // namespace
