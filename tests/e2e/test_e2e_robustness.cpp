@@ -18,7 +18,7 @@ TEST_F(LiveDaemon, MalformedAndWrongTypedControlMessagesAreSurvived) {
   const char* topics[] = {topic::kHwmSignalStatus,    topic::kHwmDlbZoomVideoLines,
                           topic::kHbSysStatusEvent,   topic::kHbProcsStatus,
                           topic::kHbAppCmd,           topic::kDolbyZoomPair,
-                          "UnknownTopic",             topic::kDolbyProcStatus};
+                          "UnknownTopic",             wire::kDolbyProcStatus};
   for (int round = 0; round < 20; ++round) {
     for (const char* t : topics) {
       for (const char* p : payloads) {
@@ -56,7 +56,7 @@ TEST_F(LiveDaemon, PeersThatComeAndGoAreReconnected) {
   // Decode stop through the new hardware-monitor socket still reaches it.
   auto stopped = harness::SendUntil([&] { SendHwm(topic::kHwmDolbyDecodeStop); }, peers->out,
                                     Ms(8000), [](const Message& m) {
-                                      return m.topic == topic::kDolbyMetadataGrp && m.payload == "{}";
+                                      return m.topic == wire::kDolbyMetadataGrp && m.payload == "{}";
                                     });
   EXPECT_TRUE(stopped.has_value());
 }
