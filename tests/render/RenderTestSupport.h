@@ -80,21 +80,6 @@ inline std::string Item(const std::string& key, const std::string& title, const 
   return Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + data + ",\"Desc\":" + Q(desc) + "}";
 }
 
-// "ExData":[{items}]
-inline std::string ExData(const std::string& items) { return "\"ExData\":[{" + items + "}]"; }
-
-// "StatusInfo":{"Title":"Status Information","Data":0,"Desc":"","ExData":[{items}]}
-inline std::string StatusInfo(const std::string& items) {
-  return "\"StatusInfo\":{\"Title\":\"Status Information\",\"Data\":0,\"Desc\":\"\"," + ExData(items) + "}";
-}
-
-// {"key":{"Title":title,"Data":index,"Desc":desc,"ExData":[{items}]}}
-inline std::string Section(const std::string& key, const std::string& title, unsigned index,
-                           const std::string& desc, const std::string& items) {
-  return "{" + Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + std::to_string(index) +
-         ",\"Desc\":" + Q(desc) + "," + ExData(items) + "}}";
-}
-
 // Writes value at a byte offset of the codec block (record offset - 52).
 template <typename T>
 void Put(kv_dolby_metadata_t& rec, std::size_t blockOffset, T value) {
