@@ -51,7 +51,11 @@ jobs="$(nproc)"
 # The scratch copy: tracked and new files as they are now, times kept so that
 # a second run rebuilds only what changed.
 mkdir -p "$src" "$build"
-git ls-files -z -co --exclude-standard | rsync -a --from0 --files-from=- ./ "$src/"
+git ls-files -co --exclude-standard >"$dir/files"
+xargs -d '\n' cp -p --parents -t "$src" <"$dir/files"
+# Files since removed from the tree go from the copy too.
+(cd "$src" && find . -path ./build -prune -o -type f -print | sed 's|^\./||') | sort >"$dir/copied"
+sort "$dir/files" | comm -23 "$dir/copied" - | (cd "$src" && xargs -r -d '\n' rm -f)
 if [ ! -f "$build/CMakeCache.txt" ]; then
   cmake -S "$src" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPLOVREST_BUILD_BENCHMARKS=OFF \
     >"$dir/configure.log" 2>&1 || die "configure failed, see $dir/configure.log"
