@@ -48,11 +48,17 @@ src="$dir/src"
 build="$src/build"
 jobs="$(nproc)"
 
-# The scratch copy: tracked and new files as they are now, times kept so that
-# a second run rebuilds only what changed.
+# The scratch copy: tracked and new files as they are now. Only files whose
+# text differs are copied (with a new time), so a second run rebuilds only
+# what changed, and a fault left behind by an interrupted run is undone.
 mkdir -p "$src" "$build"
 git ls-files -co --exclude-standard >"$dir/files"
-xargs -d '\n' cp -p --parents -t "$src" <"$dir/files"
+while IFS= read -r f; do
+  if ! cmp -s "$f" "$src/$f"; then
+    mkdir -p "$src/$(dirname "$f")"
+    cp "$f" "$src/$f"
+  fi
+done <"$dir/files"
 # Files since removed from the tree go from the copy too.
 (cd "$src" && find . -path ./build -prune -o -type f -print | sed 's|^\./||') | sort >"$dir/copied"
 sort "$dir/files" | comm -23 "$dir/copied" - | (cd "$src" && xargs -r -d '\n' rm -f)
