@@ -3,8 +3,10 @@
 # developers. The documents are not written by hand: for each stream kind the
 # simulator writes the record of its built-in scenario (plovrest-sim
 # --write-record) and the tap renders it with the daemon's own renderers
-# (plovrest-tap --decode). Only the introduction (endpoint, topics, decoder
-# states) is text from this script.
+# (plovrest-tap --decode). The record is read through the golden case
+# tests/golden/reference-<kind>.json, so each example is the document that the
+# render tests compare byte for byte. Only the introduction (endpoint, topics,
+# decoder states) is text from this script.
 #
 #   scripts/gen-reference-docs.sh                      build the tools, write docs/reference
 #   scripts/gen-reference-docs.sh --check              exit 1 if docs/reference is not current
@@ -177,7 +179,8 @@ declare -A member_kind=()
 columns=()
 for entry in "${kinds[@]}"; do
   IFS='|' read -r scenario page title <<<"$entry"
-  "$sim" -q --scenario "$scenario" --write-record "$work/$scenario.bin"
+  # The record of the golden case that the render tests compare byte for byte.
+  "$sim" -q --scenario-file "tests/golden/reference-$scenario.json" --write-record "$work/$scenario.bin"
   split_decoded pretty "$work/$scenario.bin" "$work/$scenario.pretty"
   split_decoded table "$work/$scenario.bin" "$work/$scenario.table"
   [ -s "$work/$scenario.pretty.1" ] || die "no status document rendered for '$scenario'"

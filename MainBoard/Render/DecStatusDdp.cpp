@@ -70,13 +70,11 @@ void cPADMetadataJsonDecStatus::AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp,
 
 void cPADMetadataJsonDecStatus::AddDDPObjectsArray(const dlb_padc_ui_md_ddp_s& ddp,
                                                    Value& exData) {
-  AddArrayMemberInObject("PaObjects", exData);
-  if (!exData.IsObject()) return;
-  Value::MemberIterator it = exData.FindMember("PaObjects");
-  if (it == exData.MemberEnd() || !it->value.IsArray()) return;
+  Value* objects = FreshArrayMember("PaObjects", exData);
+  if (objects == nullptr) return;
   // The count is shown as received but never walks past the object slots.
   const unsigned count = std::min<unsigned>(ddp.numDynObjects, kDdpMaxObjects);
-  for (unsigned i = 0; i < count; ++i) AddDDPObject(ddp.objects[i], it->value);
+  for (unsigned i = 0; i < count; ++i) AddDDPObject(ddp.objects[i], *objects);
 }
 
 void cPADMetadataJsonDecStatus::AddDDPObject(const dlb_padc_object_info_ddp_s& object,
@@ -98,12 +96,9 @@ void cPADMetadataJsonDecStatus::AddDDPObject(const dlb_padc_object_info_ddp_s& o
 // ---- "Streams"
 
 void cPADMetadataJsonDecStatus::AddSubstreams(unsigned int count, const dlb_padc_ui_md_ddp_s& ddp) {
-  AddArrayMember("Streams");
-  if (!mDoc.IsObject()) return;
-  Value::MemberIterator it = mDoc.FindMember("Streams");
-  if (it == mDoc.MemberEnd() || !it->value.IsArray()) return;
-  it->value.Clear();
-  for (unsigned i = 0; i < count && i < 16; ++i) AddSubstream(i, ddp, it->value);
+  Value* streams = FreshArrayMember("Streams", mDoc);
+  if (streams == nullptr) return;
+  for (unsigned i = 0; i < count && i < 16; ++i) AddSubstream(i, ddp, *streams);
 }
 
 void cPADMetadataJsonDecStatus::AddSubstream(unsigned int i, const dlb_padc_ui_md_ddp_s& ddp,

@@ -141,14 +141,7 @@ Value* cPADMetadataJsonDecStatus::ResetItemBlock(Value& block, const char* title
   return EmptyExData(block);
 }
 
-Value* cPADMetadataJsonDecStatus::EmptyExData(Value& obj) {
-  if (!obj.IsObject()) return nullptr;
-  AddArrayMemberInObject("ExData", obj);
-  Value::MemberIterator it = obj.FindMember("ExData");
-  if (it == obj.MemberEnd() || !it->value.IsArray()) return nullptr;
-  it->value.Clear();
-  return &it->value;
-}
+Value* cPADMetadataJsonDecStatus::EmptyExData(Value& obj) { return FreshArrayMember("ExData", obj); }
 
 // ---------------------------------------------------------------------------
 // Item writers

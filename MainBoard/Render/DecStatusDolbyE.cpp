@@ -31,13 +31,10 @@ void cPADMetadataJsonDecStatus::AddDolbyEStatusInfo(const kv_dolby_metadata_t& r
 
 void cPADMetadataJsonDecStatus::AddPrograms(unsigned int count,
                                             const dlb_padc_ui_md_dolbye_s& dolbye) {
-  AddArrayMember("Programs");
-  if (!mDoc.IsObject()) return;
-  Value::MemberIterator it = mDoc.FindMember("Programs");
-  if (it == mDoc.MemberEnd() || !it->value.IsArray()) return;
-  it->value.Clear();
+  Value* programs = FreshArrayMember("Programs", mDoc);
+  if (programs == nullptr) return;
   for (unsigned i = 0; i < count && i < kDolbyEMaxRenderedPrograms; ++i) {
-    AddProgram(i, dolbye, it->value);
+    AddProgram(i, dolbye, *programs);
   }
 }
 

@@ -84,6 +84,15 @@ void cMetadataJson::AddArrayMemberInObject(const char* name, Value& obj) {
   obj.AddMember(Value(rapidjson::StringRef(name)), Value(rapidjson::kArrayType), Allocator());
 }
 
+Value* cMetadataJson::FreshArrayMember(const char* name, Value& obj) {
+  if (!obj.IsObject()) return nullptr;
+  AddArrayMemberInObject(name, obj);
+  Value::MemberIterator it = obj.FindMember(name);
+  if (it == obj.MemberEnd() || !it->value.IsArray()) return nullptr;
+  it->value.Clear();
+  return &it->value;
+}
+
 void cMetadataJson::AddStringMember(const char* name, std::string& value, Value& obj) {
   if (!obj.IsObject()) return;
   obj.AddMember(Value(rapidjson::StringRef(name)),

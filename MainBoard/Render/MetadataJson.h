@@ -49,6 +49,10 @@ class cMetadataJson {
 
   void AddArrayMember(const char* name);
   void AddArrayMemberInObject(const char* name, Value& obj);
+  // Ensures obj has an array member `name` (appended when missing) and
+  // empties it. Returns that array, owned by the document, or null when obj
+  // is not an object or the member has another type.
+  Value* FreshArrayMember(const char* name, Value& obj);
   // Append-only: may create a second member of the same name.
   void AddStringMember(const char* name, std::string& value, Value& obj);
 

@@ -130,15 +130,6 @@ void AddItem(cMetadataJson& json, Value& parent, const char* key, const char* ti
   json.AddUpdateObjectMemberToObject<T>(key, titleText, data, desc, parent);
 }
 
-// Empties an existing array member, or appends a new one; null when the
-// member exists with another type.
-Value* FreshArrayMember(cMetadataJson& json, const char* name, Value& obj) {
-  json.AddArrayMemberInObject(name, obj);
-  Value::MemberIterator it = obj.FindMember(name);
-  if (it == obj.MemberEnd() || !it->value.IsArray()) return nullptr;
-  it->value.Clear();
-  return &it->value;
-}
 
 }  // namespace
 
@@ -189,7 +180,7 @@ int cMetadataJsonPaData::PreparePaMetadataJson(const kv_dolby_metadata_t& record
 }
 
 void cMetadataJsonPaData::AddPresentations(const kv_dolby_metadata_t& record) {
-  Value* presentations = FreshArrayMember(*this, "Presentations", mDoc);
+  Value* presentations = FreshArrayMember("Presentations", mDoc);
   if (presentations == nullptr) return;
   const unsigned count = record.md.ed2.presentationCount;
   for (unsigned k = 0; k < count && k < static_cast<unsigned>(kEd2MaxPresentations); ++k) {
@@ -219,7 +210,7 @@ void cMetadataJsonPaData::AddPresentationName(const char* name, Value& entry) {
 void cMetadataJsonPaData::AddPAObjectsArray(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2,
                                             Value& entry) {
   if (!entry.IsObject() || index >= static_cast<unsigned>(kEd2MaxPresentations)) return;
-  Value* objects = FreshArrayMember(*this, "PaObjects", entry);
+  Value* objects = FreshArrayMember("PaObjects", entry);
   if (objects == nullptr) return;
   const dlb_padc_ed2_presentation_s& presentation = ed2.presentations[index];
   // Beds first, then dynamic objects, each in record order.
@@ -259,7 +250,7 @@ void cMetadataJsonPaData::AddBedObject(unsigned int index, const dlb_padc_ui_md_
   AddSpeakerConfigItem(BedLayoutLabel(ed2, j), BedChannelList(ed2, j), bed);
   const int sourceCount = BedSourceCount(ed2, j);
   AddItem<int>(*this, bed, "NoSources", "No. of Sources", sourceCount, IntText(sourceCount));
-  Value* sources = FreshArrayMember(*this, "Sources", bed);
+  Value* sources = FreshArrayMember("Sources", bed);
   if (sources == nullptr) return;
   const unsigned walked = ClampedCount(sourceCount, kEd2MaxBedSources);
   for (unsigned k = 0; k < walked; ++k) {

@@ -35,10 +35,27 @@ std::string Tcp(const char* address, unsigned port) {
 
 std::string DaemonPath() { return PLOVRESTD_PATH; }
 
-DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::string& binary) {
+ToolResult RunTool(const std::string& binary, const std::vector<std::string>& args, Ms timeout) {
+  DaemonProcess tool(args, binary);
+  ToolResult result;
+  if (const std::optional<int> status = tool.WaitExit(timeout)) result.status = *status;
+  result.out = tool.Stdout();
+  result.err = tool.Stderr();
+  return result;
+}
+
+std::string MakeTempDir() {
   char dirTemplate[] = "/tmp/plovrest-test-XXXXXX";
   if (mkdtemp(dirTemplate) == nullptr) throw std::runtime_error("mkdtemp failed");
-  mDir = dirTemplate;
+  return dirTemplate;
+}
+
+void WriteText(const std::string& path, const std::string& text) {
+  std::ofstream(path, std::ios::binary) << text;
+}
+
+DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::string& binary) {
+  mDir = MakeTempDir();
   const std::string path = binary.empty() ? DaemonPath() : binary;
   std::vector<std::string> argvStore;
   argvStore.push_back(path);

@@ -17,7 +17,8 @@ namespace harness {
 
 using Ms = std::chrono::milliseconds;
 
-// plovrestd (or any binary) run as a child with stdout/stderr in files.
+// plovrestd (or any binary) run as a child with stdout/stderr in files and
+// stdin from /dev/null; the one child-process harness of the tests.
 class DaemonProcess {
  public:
   explicit DaemonProcess(const std::vector<std::string>& args, const std::string& binary = "");
@@ -45,6 +46,20 @@ class DaemonProcess {
 
 // Path of the plovrestd binary under test (set by CMake).
 std::string DaemonPath();
+
+// A program run to completion, bounded by `timeout`: exit status as
+// WaitExit gives it (-1000 when it did not finish), standard output and error.
+struct ToolResult {
+  int status = -1000;
+  std::string out;
+  std::string err;
+};
+ToolResult RunTool(const std::string& binary, const std::vector<std::string>& args,
+                   Ms timeout = Ms(30000));
+
+// A fresh temporary directory (the caller removes it), and a file written whole.
+std::string MakeTempDir();
+void WriteText(const std::string& path, const std::string& text);
 
 struct Message {
   std::string topic;

@@ -21,6 +21,7 @@ inline Logger* UseConsoleLogger() {
   return logger;
 }
 
+// Kept for the parser tests; the others use HasSubstr.
 inline bool Contains(const std::string& text, const std::string& part) {
   return text.find(part) != std::string::npos;
 }

@@ -3,6 +3,7 @@
 #include "HeartBeater.h"
 
 #include <czmq.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -11,6 +12,8 @@
 #include "ControlTestSupport.h"
 
 namespace {
+
+using ::testing::HasSubstr;
 
 using Frames = std::vector<std::string>;
 const std::string kTcp = "tcp://169.254.2.2:10000";
@@ -93,12 +96,12 @@ TEST_F(HeartBeaterMqTest, ConnectLinesSecondConnectAndReconnect) {
     ASSERT_TRUE(connected);
     EXPECT_FALSE(again);
     EXPECT_EQ(hb->mpPushSock, sock);
-    EXPECT_TRUE(Contains(out, "|DEBUG|HeartBeater.cpp|")) << out;
-    EXPECT_TRUE(Contains(out, "|\"Tryig to connect " + endpoint + "\"")) << out;
-    EXPECT_TRUE(Contains(out, "|INFO|HeartBeater.cpp|")) << out;
-    EXPECT_TRUE(Contains(out, "|\"Connected to " + endpoint + "\"")) << out;
+    EXPECT_THAT(out, HasSubstr("|DEBUG|HeartBeater.cpp|"));
+    EXPECT_THAT(out, HasSubstr("|\"Tryig to connect " + endpoint + "\""));
+    EXPECT_THAT(out, HasSubstr("|INFO|HeartBeater.cpp|"));
+    EXPECT_THAT(out, HasSubstr("|\"Connected to " + endpoint + "\""));
     for (const std::string& other : {kTcp, kIpc}) {
-      EXPECT_TRUE(Contains(err, "|\"Seems this instance already connected to " + other + "\"")) << err;
+      EXPECT_THAT(err, HasSubstr("|\"Seems this instance already connected to " + other + "\""));
     }
     EXPECT_TRUE(hb->SendBeat());
     EXPECT_EQ(Receive(), (Frames{"HbProc", kRecord}));

@@ -1,6 +1,7 @@
 // Heartbeat record and application-command decoding; no socket involved.
 #include "HeartBeater.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,6 +9,8 @@
 #include "ControlTestSupport.h"
 
 namespace {
+
+using ::testing::HasSubstr;
 
 using HeartBeaterRecordTest = HeartBeaterFixture;
 
@@ -21,8 +24,8 @@ TEST_F(HeartBeaterRecordTest, Record) {
   const std::string err = cap.Err();
   EXPECT_TRUE(ok);
   EXPECT_STREQ(hb->mHbJson, R"({"HbKey":"X","Version":"Unknown","State":3})");
-  EXPECT_TRUE(Contains(err, R"(|WARN|HeartBeater.cpp|)")) << err;
-  EXPECT_TRUE(Contains(err, R"(|"HB Version not set by this process.!")")) << err;
+  EXPECT_THAT(err, HasSubstr(R"(|WARN|HeartBeater.cpp|)"));
+  EXPECT_THAT(err, HasSubstr(R"(|"HB Version not set by this process.!")"));
 
   EXPECT_FALSE(hb->SetHeartBeatJson(nullptr, "v1", PROCESS_STATUS_RUNNING));
   EXPECT_FALSE(hb->mbVersionSet);

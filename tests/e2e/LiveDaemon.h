@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <memory>
 #include <regex>
 #include <string>
@@ -18,8 +19,17 @@ namespace e2e {
 using harness::Message;
 using harness::Ms;
 
+// What the daemon publishes, named as the user interface subscribes: written
+// out here, not taken from Topics.h, so that a wrong name there shows.
+namespace wire {
+constexpr const char* kDolbyProcStatus = "DolbyProcStatus";
+constexpr const char* kDolbyMetadataGrp = "DolbyMetadataGrp";
+constexpr const char* kDolbyMetadataGrpRepub = "DolbyMetadataGrpRepub";
+constexpr const char* kDolbyPAData = "DolbyPAData>>";
+}  // namespace wire
+
 inline bool IsState(const Message& m, const std::string& status, const std::string& event) {
-  return m.topic == topic::kDolbyProcStatus && m.payload == harness::StateText(status, event);
+  return m.topic == wire::kDolbyProcStatus && m.payload == harness::StateText(status, event);
 }
 
 inline bool IsTopic(const Message& m, const char* name) { return m.topic == name; }
@@ -61,9 +71,23 @@ class LiveDaemon : public testing::Test {
     ASSERT_TRUE(state.has_value()) << "no \"Decoding\" state after " << name;
   }
 
+  // Messages on `name` that arrive within `window`. A designed interval is
+  // checked as a count with wide bounds: a busy machine delays messages, and
+  // can bunch at most a few of them into the window.
+  int CountFor(const char* name, Ms window) {
+    using Clock = std::chrono::steady_clock;
+    const Clock::time_point end = Clock::now() + window;
+    int count = 0;
+    for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
+      auto m = harness::Receive(peers->out, std::chrono::duration_cast<Ms>(end - now));
+      if (m && m->topic == name) ++count;
+    }
+    return count;
+  }
+
   // Sends the record until its status document comes back on the given topic.
   std::optional<Message> PublishUntilDocument(const kv_dolby_metadata_t& rec,
-                                              const char* name = topic::kDolbyMetadataGrp) {
+                                              const char* name = wire::kDolbyMetadataGrp) {
     return harness::SendUntil([&] { SendRecord(rec); }, peers->out, Ms(8000),
                               [&](const Message& m) { return IsTopic(m, name); });
   }

@@ -51,7 +51,7 @@ TEST_F(LiveDaemon, Ed2RecordPublishesStatusThenPresentationDocument) {
   auto status = PublishUntilDocument(*rec);
   ASSERT_TRUE(status.has_value());
   EXPECT_EQ(WithoutTs(status->payload), RenderedStatus(*rec));
-  auto pa = Next(topic::kDolbyPAData);
+  auto pa = Next(wire::kDolbyPAData);
   ASSERT_TRUE(pa.has_value());
   EXPECT_EQ(WithoutTs(pa->payload), RenderedPa(*rec));
   EXPECT_THAT(pa->payload, testing::HasSubstr("\"ActivePAName\":\"Stadium\""));
@@ -61,17 +61,17 @@ TEST_F(LiveDaemon, Ed2RecordWithoutStatusUpdateRefreshesOnlyThePresentationDocum
   ZoomOn();
   auto first = Ed2Record(1);
   ASSERT_TRUE(PublishUntilDocument(*first).has_value());
-  ASSERT_TRUE(Next(topic::kDolbyPAData).has_value());
+  ASSERT_TRUE(Next(wire::kDolbyPAData).has_value());
   Drain(Ms(50));
 
   auto quiet = Ed2Record(0);
   quiet->activePaNo = 1;
   SendRecord(*quiet);
   auto next = harness::ReceiveUntil(peers->out, Ms(3000), [](const Message& m) {
-    return m.topic == topic::kDolbyMetadataGrp || m.topic == topic::kDolbyPAData;
+    return m.topic == wire::kDolbyMetadataGrp || m.topic == wire::kDolbyPAData;
   });
   ASSERT_TRUE(next.has_value());
-  EXPECT_EQ(next->topic, topic::kDolbyPAData);
+  EXPECT_EQ(next->topic, wire::kDolbyPAData);
   EXPECT_THAT(next->payload, testing::HasSubstr("\"ActivePANo\":1,\"ActivePAName\":\"Commentary\""));
 
   // A status update renders the status document again.
@@ -89,7 +89,7 @@ TEST_F(LiveDaemon, NewVideoLinesAloneDoNotReRenderAnEd2OnlyFlow) {
   Drain(Ms(50));
   SendHwm(topic::kHwmDlbZoomVideoLines, R"({"VidLnZP":9,"VidLnNextToZP":10,"Ed2MAFactor":2000})");
   EXPECT_TRUE(daemon->WaitForStdout("\n\t Ed2MAFactor: 2000\n", Ms(3000)));
-  EXPECT_FALSE(Next(topic::kDolbyMetadataGrp, Ms(1000)).has_value());
+  EXPECT_FALSE(Next(wire::kDolbyMetadataGrp, Ms(1000)).has_value());
 }
 
 TEST_F(LiveDaemon, NewVideoLinesReRenderAtOnceAndAreReportedOnStdout) {
@@ -100,15 +100,15 @@ TEST_F(LiveDaemon, NewVideoLinesReRenderAtOnceAndAreReportedOnStdout) {
   ASSERT_TRUE(PublishUntilDocument(*before).has_value());
   auto rec = Ed2Record(1);
   auto ed2Doc = harness::SendUntil([&] { SendRecord(*rec); }, peers->out, Ms(8000), [&](const Message& m) {
-    return m.topic == topic::kDolbyMetadataGrp && WithoutTs(m.payload) == RenderedStatus(*rec);
+    return m.topic == wire::kDolbyMetadataGrp && WithoutTs(m.payload) == RenderedStatus(*rec);
   });
   ASSERT_TRUE(ed2Doc.has_value());
   Drain(Ms(50));
 
   SendHwm(topic::kHwmDlbZoomVideoLines, R"({"VidLnZP":9,"VidLnNextToZP":10,"Ed2MAFactor":2000})");
-  auto status = Next(topic::kDolbyMetadataGrp, Ms(1500));
+  auto status = Next(wire::kDolbyMetadataGrp, Ms(1500));
   ASSERT_TRUE(status.has_value()) << "no re-render after new video lines";
-  auto pa = Next(topic::kDolbyPAData, Ms(1000));
+  auto pa = Next(wire::kDolbyPAData, Ms(1000));
   ASSERT_TRUE(pa.has_value());
   EXPECT_EQ(WithoutTs(pa->payload), RenderedPa(*rec));
   EXPECT_TRUE(daemon->WaitForStdout(
@@ -117,7 +117,7 @@ TEST_F(LiveDaemon, NewVideoLinesReRenderAtOnceAndAreReportedOnStdout) {
   // A message missing a value changes nothing and triggers no re-render.
   Drain(Ms(50));
   SendHwm(topic::kHwmDlbZoomVideoLines, R"({"VidLnZP":11,"VidLnNextToZP":12})");
-  auto none = Next(topic::kDolbyMetadataGrp, Ms(1000));
+  auto none = Next(wire::kDolbyMetadataGrp, Ms(1000));
   EXPECT_FALSE(none.has_value());
 }
 

@@ -9,7 +9,9 @@
 #include <string>
 
 #include "Messaging/MetadataPublisher.h"
+#include "JsonParseHbMonMessages.h"
 #include "Messaging/PubHandler.h"
+#include "Reader/DlbStatusSubx.h"
 #include "MqTestSupport.h"
 
 namespace {
@@ -54,60 +56,6 @@ TEST_F(MetadataPublisherTest, InitPubsBindsTheMetadataEndpoint) {
   EXPECT_FALSE(pub_->mbBoundOverTcp);
   EXPECT_EQ(pub_->mEndpoint, "dlbMetadataPub.ipc");
   EXPECT_EQ(pub_->miSlot, 2);  // the raw-sender test sends through this binding
-}
-
-// A second initPubs closes the first socket, drops the frames and the flags,
-// and binds afresh on the same instance.
-TEST_F(MetadataPublisherTest, InitPubsTwiceRebindsFromScratch) {
-  Init(1);
-  ASSERT_TRUE(Subscribe());
-  cPubHandler* const first = pub_;
-  const unsigned char data[] = {1, 2, 3};
-  CaptureStdout();
-  ASSERT_TRUE(pub_->SendPAData("P", 1, data, sizeof(data)));
-  GetCapturedStdout();
-  pub_->mbBoundOverTcp = true;
-  const size_t baseline = mqtest::SettledFdCount();
-
-  Init(3);
-  ASSERT_EQ(pub_, first);
-  EXPECT_TRUE(mqtest::FdCountSettlesAtMost(baseline)) << "the first socket is still open";
-  EXPECT_EQ(pub_->miSlot, 3);
-  EXPECT_TRUE(pub_->mbBoundOverIpc);
-  EXPECT_FALSE(pub_->mbBoundOverTcp);
-  EXPECT_EQ(pub_->mpPATopicFrame, nullptr);
-  EXPECT_EQ(pub_->mpPAFrame, nullptr);
-  ASSERT_TRUE(Subscribe());
-  ASSERT_TRUE(pub_->SendJson(pub_->mpSock, "DolbyProcStatus", "{\"Status\" : \"Decoding\"}"));
-  EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"DolbyProcStatus", "{\"Status\" : \"Decoding\"}"}));
-}
-
-TEST_F(MetadataPublisherTest, CleanPubsClosesButKeepsTheInstance) {
-  Init(0);
-  ASSERT_NE(pub_, nullptr);
-  const unsigned char data[] = {9};
-  CaptureStdout();
-  ASSERT_TRUE(pub_->SendMetadata("M", 1, data, 1));
-  ASSERT_TRUE(pub_->SendLUData("L", 1, data, 1));
-  GetCapturedStdout();
-
-  cleanPubs();
-  EXPECT_EQ(cPubHandler::mpPub, pub_);
-  EXPECT_EQ(pub_->mpSock, nullptr);
-  EXPECT_FALSE(pub_->mbBoundOverIpc);
-  EXPECT_TRUE(pub_->mEndpoint.empty());
-  for (zframe_t* frame : {pub_->mpMetadataTopicFrame, pub_->mpMetadataFrame, pub_->mpPATopicFrame,
-                          pub_->mpPAFrame, pub_->mpLUTopicFrame, pub_->mpLUFrame}) {
-    EXPECT_EQ(frame, nullptr);
-  }
-  CaptureStdout();
-  EXPECT_FALSE(pub_->SendMetadata("M", 1, data, 1)) << "no socket";
-  GetCapturedStdout();
-  cleanPubs();  // twice is harmless
-
-  cPubHandler::DeleteInstance();
-  EXPECT_EQ(cPubHandler::mpPub, nullptr);
-  cPubHandler::DeleteInstance();  // and so is a second delete
 }
 
 TEST_F(MetadataPublisherTest, FailedBindIsLoggedAndLeavesAnUnboundSocket) {
@@ -181,6 +129,22 @@ TEST_F(MetadataPublisherTest, RawSendersRejectEmptyInputAndReuseTheirFrames) {
     EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"LongerTopic", "b"}));
     EXPECT_EQ(mqtest::RecvFrames(sub_), (Frames{"T", std::string("a\0", 2)}));
   }
+}
+
+// The decoder-state message while the decoder is reported but the reader's
+// subscription to it is not connected (the reader is not started here).
+TEST_F(MetadataPublisherTest, StateWhileTheDecoderIsNotConnected) {
+  Init(2);
+  ASSERT_TRUE(Subscribe());
+  cDlbStatusSubx reader;
+  cJsonParseSysStatus::mbDolbyDecoderDetected = true;
+  cDlbStatusSubx::miDecodingSource = 2;
+  reader.PublishDolbyDecoderStatus(true);
+  EXPECT_EQ(mqtest::RecvFrames(sub_),
+            (Frames{"DolbyProcStatus", R"({"Status" : "Not connected to Dolby Decoder", "Event" : "Dolby Preset"})"}));
+  cJsonParseSysStatus::mbDolbyDecoderDetected = false;
+  cDlbStatusSubx::miDecodingSource = 0;
+  cDlbStatusSubx::mpPubs = nullptr;
 }
 
 }  // namespace

@@ -227,27 +227,4 @@ TEST(MqHandlerTest, RejectedArgumentsAndFailedBindsAndConnects) {
   sub.DestroyMq(nullptr);
 }
 
-TEST(SubHandlerTest, AddsOnTheMemberSocketAndSetsFlags) {
-  auto table = MakeTable({"A"});
-  SubHandler handler;
-  EXPECT_FALSE(handler.AddMqOverIpc(kEndpoint, table.get(), 1)) << "no socket yet";
-  EXPECT_FALSE(handler.AddMqOverTcp(kTcpHost, 2000, table.get(), 1));
-  handler.mpSock = zsock_new(ZMQ_SUB);
-  ASSERT_NE(handler.mpSock, nullptr);
-  zsock_t* const sock = handler.mpSock;
-  EXPECT_FALSE(handler.AddMqOverIpc(nullptr, table.get(), 1));
-  EXPECT_FALSE(handler.AddMqOverTcp(kTcpHost, 0, table.get(), 1));
-  EXPECT_FALSE(handler.AddMqOverIpc(kTooLongName.c_str(), table.get(), 1));
-  EXPECT_FALSE(handler.IsConnected());
-  EXPECT_EQ(handler.mpSock, sock);
-
-  EXPECT_TRUE(handler.AddMqOverIpc(kEndpoint, table.get(), 1));
-  EXPECT_TRUE(handler.mbConnectedOverIpc);
-  EXPECT_FALSE(handler.mbConnectedOverTcp);
-  EXPECT_TRUE(handler.AddMqOverTcp(kTcpHost, 2000, table.get(), 1));
-  EXPECT_TRUE(handler.mbConnectedOverTcp);
-  EXPECT_EQ(handler.mpSock, sock);
-  EXPECT_EQ(handler.miSubscribed, 2);
-}  // the destructor closes the socket
-
 }  // namespace

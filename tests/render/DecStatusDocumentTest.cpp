@@ -1,6 +1,7 @@
 // Decoder status document: the renderer instance, PCM, the status items every
 // codec shares, and the change test.
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -8,6 +9,9 @@
 #include "RenderTestSupport.h"
 
 namespace {
+
+using ::testing::HasSubstr;
+using ::testing::Not;
 
 using namespace render_test;
 
@@ -22,39 +26,12 @@ TEST(DecStatusDocumentTest, GetInstanceKeepsOneRenderer) {
   EXPECT_NE(cPADMetadataJsonDecStatus::GetInstance(), nullptr);
 }
 
-TEST(DecStatusDocumentTest, PcmDocument) {
-  auto rec = NewRecord(0, 1);  // PCM whatever block the header names
-  rec->inputType = SYS_INPUT_TYPE_SDI;
-  rec->dzPair = 5;
-  rec->speakerConfig = 1;
-  rec->atmosDecode = 1;
-  rec->md.ddp.atmosPresent = 1;
-  EXPECT_EQ(Render(*rec),
-            "{\"TS\":1700000000,\"ProtoVer\":19,\"TypeId\":0,\"MdId\":1,\"NoOfPrograms\":0,"
-            "\"CurrentProgram\":0," +
-                StatusInfo(Join({Item("Type", "Type", "0", "PCM"), Item("SignalType", "Signal Type", "2", "SDI"),
-                                 Item("Pair", "Pair", "5", "5"),
-                                 Item("ChannelConfig", "Channel Config.", "1", "5.1")})) +
-                "}");
-}
-
 TEST(DecStatusDocumentTest, UnknownStreamTypeGivesTheEmptyObject) {
   for (int typeId : {99, -1, 2, 17, 61}) {
     auto rec = NewRecord(typeId, 1);
     rec->md.ddp.acmod = 7;
     EXPECT_EQ(Render(*rec), "{}") << typeId;
   }
-}
-
-// The protocol version is passed on as received; plain Dolby Digital has the
-// layout of the Dolby Digital (Plus) documents.
-TEST(DecStatusDocumentTest, DolbyDigitalTopLevel) {
-  auto rec = NewRecord(1, 1);
-  rec->protoVer = 7;
-  const std::string text = Render(*rec);
-  EXPECT_TRUE(Shows(text, "{\"TS\":1700000000,\"ProtoVer\":7,\"TypeId\":1,\"MdId\":1,\"NoOfPrograms\":0,"
-                          "\"CurrentProgram\":0,\"IsAtmosPresent\":false,\"StatusInfo\":{"));
-  EXPECT_TRUE(Shows(text, "},\"Streams\":[[{\"BitstreamInfo\":"));
 }
 
 // The block named in the header picks the codec; the stream type only
@@ -67,7 +44,7 @@ TEST(DecStatusDocumentTest, StreamTypeDescription) {
   };
   for (const auto& c : cases) {
     auto rec = NewRecord(c.typeId, c.mdType);
-    EXPECT_TRUE(Shows(Render(*rec), Item("Type", "Type", std::to_string(c.typeId), c.desc))) << c.mdType;
+    EXPECT_THAT(Render(*rec), HasSubstr(Item("Type", "Type", std::to_string(c.typeId), c.desc))) << c.mdType;
   }
 }
 
@@ -81,22 +58,9 @@ TEST(DecStatusDocumentTest, SignalTypeAndPair) {
       rec->inputType = static_cast<SysInputType_e>(c.inputType);
       rec->dzPair = c.dzPair;
       const std::string pair = std::to_string(c.pair);
-      EXPECT_TRUE(Shows(Render(*rec), Item("SignalType", "Signal Type", std::to_string(c.inputType), c.signal) +
+      EXPECT_THAT(Render(*rec), HasSubstr(Item("SignalType", "Signal Type", std::to_string(c.inputType), c.signal) +
                                           "," + Item("Pair", "Pair", pair, pair)))
           << typeId;
-    }
-  }
-}
-
-TEST(DecStatusDocumentTest, ChannelConfigurationLists) {
-  const std::pair<int, const char*> cases[] = {{2, "7.1"}, {3, "5.1.2"}, {5, "7.1.4"},
-                                               {6, "9.1.6"}, {7, ""},      {-1, ""}};
-  for (const auto& [config, desc] : cases) {
-    for (int typeId : {0, 16}) {
-      auto rec = NewRecord(typeId, 1);
-      rec->speakerConfig = config;
-      const char* title = typeId == 0 ? "Channel Config." : "Output Speaker Config.";
-      EXPECT_TRUE(Shows(Render(*rec), Item("ChannelConfig", title, std::to_string(static_cast<uint32_t>(config)), desc)));
     }
   }
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Records filled field by field, the renderer's text, and builders for the
-// expected documents, which are written out by hand in the tests.
+// Records filled field by field, the renderers' text, and item text for
+// checks of single items; whole documents are golden files (tests/golden).
 
 #include <gtest/gtest.h>
 
@@ -11,7 +11,9 @@
 #include <vector>
 
 #include <rapidjson/document.h>
+#include <rapidjson/pointer.h>
 
+#include "MetadataJsonPaData.h"
 #include "PADMetadataJsonDecStatus.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "RecordFactory.h"
@@ -34,11 +36,12 @@ inline std::string Render(const kv_dolby_metadata_t& rec, long now = kNow) {
   return std::string(renderer.GetString(), renderer.GetSize());
 }
 
-// Whether the rendered text holds `part` verbatim: an item with its key,
-// title, typed data and description, or any other run of the document.
-inline ::testing::AssertionResult Shows(const std::string& text, const std::string& part) {
-  if (text.find(part) != std::string::npos) return ::testing::AssertionSuccess();
-  return ::testing::AssertionFailure() << "missing " << part << "\n in " << text;
+// The ED2 presentation and object document of rec.
+inline std::string RenderPa(const kv_dolby_metadata_t& rec, bool objectsEnabled, long timeStamp = kNow) {
+  cMetadataJsonPaData* renderer = cMetadataJsonPaData::GetInstance();
+  if (renderer == nullptr) throw std::runtime_error("no presentation renderer");
+  EXPECT_EQ(renderer->PreparePaMetadataJson(rec, objectsEnabled, timeStamp), 1);
+  return std::string(renderer->GetString(), renderer->GetSize());
 }
 
 // The rendered document, parsed; fails the test when the text is not JSON.
@@ -51,22 +54,12 @@ inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata
   return doc;
 }
 
-// Member key of obj (element i of an array), or a static null value when
-// missing: the test then fails on the value it expected.
-inline const rapidjson::Value& At(const rapidjson::Value& obj, const char* key) {
+// The value at a JSON pointer ("/StatusInfo/ExData/0"), or a static null
+// value when there is none: the test then fails on the value it expected.
+inline const rapidjson::Value& Get(const rapidjson::Value& root, const char* pointer) {
   static const rapidjson::Value kMissing;
-  if (!obj.IsObject()) return kMissing;
-  auto it = obj.FindMember(key);
-  return it == obj.MemberEnd() ? kMissing : it->value;
-}
-inline const rapidjson::Value& At(const rapidjson::Value& array, unsigned i) {
-  static const rapidjson::Value kMissing;
-  return array.IsArray() && i < array.Size() ? array[i] : kMissing;
-}
-
-// The one entry of "StatusInfo"'s "ExData".
-inline const rapidjson::Value& StatusEntry(const rapidjson::Value& doc) {
-  return At(At(At(doc, "StatusInfo"), "ExData"), 0u);
+  const rapidjson::Value* v = rapidjson::GetValueByPointer(root, rapidjson::Pointer(pointer));
+  return v != nullptr ? *v : kMissing;
 }
 
 inline std::string Text(const rapidjson::Value& v) { return v.IsString() ? v.GetString() : "<none>"; }
@@ -87,19 +80,36 @@ inline std::string Item(const std::string& key, const std::string& title, const 
   return Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + data + ",\"Desc\":" + Q(desc) + "}";
 }
 
-// "ExData":[{items}]
-inline std::string ExData(const std::string& items) { return "\"ExData\":[{" + items + "}]"; }
-
-// "StatusInfo":{"Title":"Status Information","Data":0,"Desc":"","ExData":[{items}]}
-inline std::string StatusInfo(const std::string& items) {
-  return "\"StatusInfo\":{\"Title\":\"Status Information\",\"Data\":0,\"Desc\":\"\"," + ExData(items) + "}";
+// Writes value at a byte offset of the codec block (record offset - 52).
+template <typename T>
+void Put(kv_dolby_metadata_t& rec, std::size_t blockOffset, T value) {
+  if (blockOffset + sizeof value > sizeof rec.md.raw) throw std::out_of_range("block offset");
+  std::memcpy(rec.md.raw + blockOffset, &value, sizeof value);
 }
 
-// {"key":{"Title":title,"Data":index,"Desc":desc,"ExData":[{items}]}}
-inline std::string Section(const std::string& key, const std::string& title, unsigned index,
-                           const std::string& desc, const std::string& items) {
-  return "{" + Q(key) + ":{\"Title\":" + Q(title) + ",\"Data\":" + std::to_string(index) +
-         ",\"Desc\":" + Q(desc) + "," + ExData(items) + "}}";
+// Copies text into a fixed-width field (terminated when it fits).
+template <std::size_t N>
+void SetText(char (&field)[N], const std::string& text) {
+  std::memset(field, 0, N);
+  std::memcpy(field, text.data(), text.size() < N ? text.size() : N);
+}
+
+inline std::unique_ptr<rapidjson::Document> Parse(const std::string& text) {
+  auto doc = std::make_unique<rapidjson::Document>();
+  doc->Parse(text.c_str(), text.size());
+  EXPECT_FALSE(doc->HasParseError()) << text;
+  if (doc->HasParseError()) doc->SetObject();
+  return doc;
+}
+
+// "Data" and "Desc" of an item, for compact checks.
+struct ItemView {
+  const rapidjson::Value& data;
+  std::string desc;
+};
+inline ItemView ItemOf(const rapidjson::Value& obj, const char* key) {
+  const std::string path = std::string("/") + key;
+  return ItemView{Get(obj, (path + "/Data").c_str()), Text(Get(obj, (path + "/Desc").c_str()))};
 }
 
 }  // namespace render_test

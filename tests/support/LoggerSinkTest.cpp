@@ -65,23 +65,6 @@ class LoggerSinkTest : public LoggerFixture {
 
 zsock_t* LoggerSinkTest::spPull[2] = {nullptr, nullptr};
 
-TEST_F(LoggerSinkTest, AttachAnnouncesItselfOnConsoleAndSink) {
-  for (const bool ipc : {false, true}) {
-    const std::string& endpoint = ipc ? kIpc : kTcp;
-    SCOPED_TRACE(endpoint);
-    Fresh();
-    const size_t before = mOut.Text().size();
-    const std::string connected = Attach(ipc);
-    const std::string head = kHead + "20,\"Name\":\"Plovre\",\"Message\":\"";
-    ASSERT_EQ(connected.compare(0, head.size(), head), 0) << connected;
-    EXPECT_EQ(Unstamp(connected.substr(head.size())), "Plovre|INFO|Connected to " + endpoint + "\"}");
-    const std::vector<std::string> out = SplitLines(mOut.Text().substr(before));
-    ASSERT_EQ(out.size(), 2u);
-    EXPECT_EQ(Unstamp(out[0], "\033[0;1m"), "Plovre|DEBUG|Tryig to connect " + endpoint);
-    EXPECT_EQ(Unstamp(out[1], "\033[1;32m"), "Plovre|INFO|Connected to " + endpoint);
-  }
-}
-
 // A gated message is never sent: the next record is the one logged after it.
 TEST_F(LoggerSinkTest, LevelRecordLayout) {
   Attach(true);
@@ -122,24 +105,6 @@ TEST_F(LoggerSinkTest, NotifyAndSendJsonRecords) {
   EXPECT_TRUE(mpLog->SendJson(MSG_TYPE_LOG, static_cast<MsgLevel_e>(7), "m", "ignored"));
   EXPECT_EQ(Recv(), kHead + "7,\"Name\":\"Plovre\",\"Message\":\"m\"}");
   EXPECT_FALSE(mpLog->SendJson(MSG_TYPE_LOG, MSG_LEVEL_ERROR, nullptr, nullptr));
-}
-
-TEST_F(LoggerSinkTest, SecondAttachKeepsTheFirstSocketUntilDetach) {
-  Attach(false);
-  zsock_t* first = mpLog->mpMqSock;
-  EXPECT_FALSE(mpLog->AttachMqOverIpc());
-  EXPECT_EQ(mpLog->mpMqSock, first);
-  const std::string complaint = "Plovre|ERROR|Seems this instance already connected to " + kIpc;
-  EXPECT_EQ(Unstamp(mErr.Text(), "\033[1;31m"), complaint + "\n\033[0m");
-  EXPECT_EQ(RecvMessage(), complaint);  // sent over the kept socket
-
-  EXPECT_TRUE(mpLog->DetachMq());
-  EXPECT_FALSE(mpLog->isMqAttached());
-  EXPECT_TRUE(mpLog->DetachMq());
-  EXPECT_FALSE(mpLog->SendJson(MSG_TYPE_LOG, MSG_LEVEL_ERROR, "x", nullptr));
-  const size_t before = mErr.Text().size();
-  mpLog->Notify(MSG_LEVEL_ERROR, "t", "%s", "back on the console");
-  EXPECT_EQ(Unstamp(mErr.Text().substr(before), "\033[0;33m"), "Plovre|ERROR|back on the console\n\033[0m");
 }
 
 }  // namespace

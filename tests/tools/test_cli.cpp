@@ -8,14 +8,14 @@
 #include <fstream>
 #include <sstream>
 
-#include "ToolProcess.h"
+#include "DaemonHarness.h"
 #include "common/JsonText.h"
 #include "rapidjson/document.h"
 
 namespace {
 
 using ::testing::HasSubstr;
-using tooltest::RunTool;
+using harness::RunTool;
 
 constexpr int kBadInput = 2;  // the exit statuses both tools share (tools/common/ExitStatus.h)
 constexpr int kNoFile = 4;
@@ -75,7 +75,7 @@ INSTANTIATE_TEST_SUITE_P(Cli, BadArguments, ::testing::ValuesIn(kBadCalls),
 
 class ToolFiles : public ::testing::Test {
  protected:
-  void SetUp() override { mDir = tooltest::MakeTempDir(); }
+  void SetUp() override { mDir = harness::MakeTempDir(); }
   void TearDown() override { std::system(("rm -rf " + mDir).c_str()); }
   std::string Path(const std::string& name) const { return mDir + "/" + name; }
   std::string mDir;
@@ -94,7 +94,7 @@ TEST_F(ToolFiles, BadScenarioFileNamesFileAndField) {
       {R"({"record": {}, "events": [{"at": 1, "event": "zoom in"}]})", "report.json: events[0].event: 'zoom in'"},
   };
   for (const auto& c : cases) {
-    tooltest::WriteText(Path("report.json"), c.text);
+    harness::WriteText(Path("report.json"), c.text);
     for (const char* mode : {"--show-record", "--write-record"}) {
       std::vector<std::string> args = {"--scenario-file", Path("report.json"), mode};
       if (std::string(mode) == "--write-record") args.push_back(Path("out.bin"));
@@ -111,7 +111,7 @@ TEST_F(ToolFiles, WriteRecordThenDecodeGivesTheFieldsBack) {
   const std::string scenario = R"({"record": {"typeId": 16, "inputType": 2, "dzPair": 3, "atmosDecode": 1,
       "ddp": {"datarate": 640, "acmod": 7, "atmosPresent": 1, "dialnorm": 27, "numDynObjects": 1,
               "objects": [{"x": 0.25, "y": 0.5, "z": 0.75, "dialogueClass": 1}], "bedChannels": [1, 1, 1]}}})";
-  tooltest::WriteText(Path("report.json"), scenario);
+  harness::WriteText(Path("report.json"), scenario);
   const auto written = RunTool(PLOVREST_SIM_PATH, {"--scenario-file", Path("report.json"), "--write-record", Path("r.bin")});
   ASSERT_EQ(written.status, 0) << written.err;
   EXPECT_THAT(written.out, HasSubstr("33704 bytes"));
@@ -128,7 +128,7 @@ TEST_F(ToolFiles, WriteRecordThenDecodeGivesTheFieldsBack) {
   EXPECT_TRUE(got["record"] == expected["record"]) << fields.out;
 
   // The decoded fields are a scenario file that rebuilds the same record.
-  tooltest::WriteText(Path("decoded.json"), fields.out);
+  harness::WriteText(Path("decoded.json"), fields.out);
   const auto again = RunTool(PLOVREST_SIM_PATH, {"--scenario-file", Path("decoded.json"), "--write-record", Path("again.bin")});
   ASSERT_EQ(again.status, 0) << again.err;
   std::string first, second, readError;
@@ -144,7 +144,7 @@ TEST_F(ToolFiles, WriteRecordThenDecodeGivesTheFieldsBack) {
 
 // A missing file and a file of the wrong kind give the same status in both tools.
 TEST_F(ToolFiles, BothToolsRefuseMissingAndBadFilesAlike) {
-  tooltest::WriteText(Path("short.bin"), std::string(100, '\0'));
+  harness::WriteText(Path("short.bin"), std::string(100, '\0'));
   const struct {
     const char* binary;
     std::vector<std::string> args;
@@ -166,7 +166,7 @@ TEST_F(ToolFiles, BothToolsRefuseMissingAndBadFilesAlike) {
     EXPECT_EQ(r.out, "");
   }
 
-  tooltest::WriteText(Path("old.bin"), std::string("\x12\0\0\0", 4) + std::string(33700, '\0'));
+  harness::WriteText(Path("old.bin"), std::string("\x12\0\0\0", 4) + std::string(33700, '\0'));
   const auto old = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("old.bin"), "--view", "summary"});
   EXPECT_EQ(old.status, 0);
   EXPECT_THAT(old.err, HasSubstr("protoVer is 18"));
@@ -175,7 +175,7 @@ TEST_F(ToolFiles, BothToolsRefuseMissingAndBadFilesAlike) {
 // --decode for scripts: stdout holds only the documents, --validate names a
 // document cut at a NaN as cut, and --jsonl carries the verdict.
 TEST_F(ToolFiles, DecodeWritesOnlyDocumentsAndValidates) {
-  tooltest::WriteText(Path("nan.json"), R"({"record": {"typeId": "ddp", "atmosDecode": 1, "ddp": {"atmosPresent": 1,
+  harness::WriteText(Path("nan.json"), R"({"record": {"typeId": "ddp", "atmosDecode": 1, "ddp": {"atmosPresent": 1,
       "numDynObjects": 1, "objects": [{"x": "nan"}]}}})");
   ASSERT_EQ(RunTool(PLOVREST_SIM_PATH, {"--scenario", "ed2", "--write-record", Path("ed2.bin")}).status, 0);
   ASSERT_EQ(RunTool(PLOVREST_SIM_PATH, {"--scenario-file", Path("nan.json"), "--write-record", Path("nan.bin")}).status, 0);

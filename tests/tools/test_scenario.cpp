@@ -137,36 +137,6 @@ TEST(ScenarioFile, MissingFileNamesThePathAndReason) {
   EXPECT_THAT(error, HasSubstr("/tmp: is a directory"));
 }
 
-TEST(BuiltinScenarios, EachStreamKindHasItsTypeAndBlock) {
-  const struct {
-    const char* name;
-    int32_t typeId;
-    uint32_t mdType;
-  } kinds[] = {{"pcm", stream_type::kPcm, 0},        {"dd", stream_type::kDolbyDigital, 1},
-               {"ddp", stream_type::kDolbyDigitalPlus, 1}, {"dolby-e", stream_type::kDolbyE, 0},
-               {"ac4", stream_type::kAc4, 3},        {"ed2", stream_type::kEd2, 2}};
-  for (const auto& k : kinds) {
-    tools::Scenario s;
-    std::string error;
-    ASSERT_TRUE(tools::LoadBuiltinScenario(k.name, s, error)) << error;
-    ASSERT_EQ(s.steps.size(), 1u) << k.name;
-    EXPECT_EQ(s.steps[0].record.typeId, k.typeId) << k.name;
-    EXPECT_EQ(static_cast<uint32_t>(s.steps[0].record.mdType), k.mdType) << k.name;
-    EXPECT_EQ(s.steps[0].record.protoVer, kRecordProtoVersion) << k.name;
-    EXPECT_FALSE(s.description.empty()) << k.name;
-  }
-  tools::Scenario all, flip;
-  std::string error;
-  ASSERT_TRUE(tools::LoadBuiltinScenario("all", all, error)) << error;
-  ASSERT_EQ(all.steps.size(), 6u);
-  EXPECT_EQ(all.steps[5].record.typeId, stream_type::kEd2);
-  ASSERT_TRUE(tools::LoadBuiltinScenario("flip", flip, error)) << error;
-  ASSERT_EQ(flip.steps.size(), 2u);
-  EXPECT_NE(flip.steps[0].record.md.ddp.acmod, flip.steps[1].record.md.ddp.acmod);
-  EXPECT_NE(flip.steps[0].record.md.ddp.dialnorm, flip.steps[1].record.md.ddp.dialnorm);
-  EXPECT_EQ(flip.steps[1].record.md.ddp.numDynObjects, 0u);
-}
-
 // ---- monitor events
 
 struct EventCase {

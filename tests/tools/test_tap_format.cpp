@@ -4,10 +4,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 #include "Messaging/Topics.h"
-#include "PADMetadataJsonDecStatus.h"
+#include "Record/DolbyMetadataRecord.h"
 #include "common/JsonText.h"
 #include "scenario/Scenario.h"
 #include "tap/DocCheck.h"
@@ -24,11 +22,6 @@ rapidjson::Document ParseDoc(const std::string& text) {
   std::string error;
   EXPECT_TRUE(tools::ParseJsonText(text, doc, error)) << error;
   return doc;
-}
-
-const tap::ItemRow* FindRow(const std::vector<tap::ItemRow>& rows, const std::string& key) {
-  auto it = std::find_if(rows.begin(), rows.end(), [&](const tap::ItemRow& r) { return r.key == key; });
-  return it == rows.end() ? nullptr : &*it;
 }
 
 TEST(TableRows, ItemsScalarsArraysAndSections) {
@@ -70,44 +63,6 @@ TEST(TableRows, FormatAlignsColumnsUnderTheirHeadings) {
             "KEY              TITLE  DATA  DESCRIPTION\n"
             "StatusInfo.Type  Type   16    Dolby Digital Plus\n"
             "TS                      100\n");
-}
-
-// The status document the daemon renders for the built-in DD+ scenario, in
-// the table view: the record's values arrive in the rows' data.
-TEST(TableRows, OfTheRenderedStatusDocument) {
-  tools::Scenario ddp;
-  std::string error;
-  ASSERT_TRUE(tools::LoadBuiltinScenario("ddp", ddp, error)) << error;
-  cPADMetadataJsonDecStatus* renderer = cPADMetadataJsonDecStatus::GetInstance();
-  ASSERT_NE(renderer, nullptr);
-  renderer->PrepareMetadataJson(ddp.steps[0].record, 1700000000);
-  const auto doc = ParseDoc(renderer->GetString());
-  const auto rows = tap::TableRows(doc);
-
-  const struct {
-    const char* key;
-    const char* data;
-  } expected[] = {{"TS", "1700000000"},
-                  {"TypeId", "16"},
-                  {"MdId", "1"},
-                  {"StatusInfo.Type", "16"},
-                  {"StatusInfo.Pair", "1"},
-                  {"StatusInfo.ChannelConfig", "4"},
-                  {"AtmosInfo.ComplexityIndex", "12"},
-                  {"AtmosInfo.NumDynObjects", "4"},
-                  {"Streams[0][0].BitstreamInfo.Datarate", "768"},
-                  {"Streams[0][0].BitstreamInfo.Acmod", "7"},
-                  {"Streams[0][0].BitstreamInfo.Dialnorm", "24"}};
-  for (const auto& e : expected) {
-    const tap::ItemRow* row = FindRow(rows, e.key);
-    ASSERT_NE(row, nullptr) << e.key << " missing from\n" << tap::FormatTable(rows);
-    EXPECT_EQ(row->data, e.data) << e.key;
-  }
-  EXPECT_FALSE(FindRow(rows, "StatusInfo.Type")->title.empty());
-
-  tap::Message m{topic::kDolbyMetadataGrp, renderer->GetString(), 0, 2};
-  EXPECT_THAT(tap::Gist(m), HasSubstr("TypeId 16, MdId 1"));
-  EXPECT_THAT(tap::Gist(m), HasSubstr(std::to_string(rows.size()) + " rows"));
 }
 
 TEST(Gist, OfEachKindOfPayload) {

@@ -7,22 +7,25 @@
 //   presentation k at 15034 + 114k: name, bedIncluded +64, bedSetIndex +73,
 //              objectIncluded +82, objectSetIndex +98
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <string>
 
-#include "Ac4Ed2TestSupport.h"
+#include "RenderTestSupport.h"
 
 namespace {
 
-using ac4_ed2_test::Parse;
-using ac4_ed2_test::Put;
-using ac4_ed2_test::RenderPa;
-using render_test::At;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+using render_test::Parse;
+using render_test::Put;
+using render_test::RenderPa;
+using render_test::Get;
 using render_test::Item;
 using render_test::Q;
-using render_test::Shows;
 using rapidjson::Value;
 
 constexpr std::size_t kBedCount = 56;
@@ -34,7 +37,6 @@ std::size_t BedFlag(unsigned j, unsigned f) { return 64 + 284 * j + f; }
 std::size_t BedGain(unsigned j, unsigned s) { return 84 + 284 * j + 4 * s; }
 std::size_t BedSources(unsigned j) { return 276 + 284 * j; }
 std::size_t BedTarget(unsigned j, unsigned k) { return 280 + 284 * j + 4 * k; }
-std::size_t ObjectChannel(unsigned j) { return 2618 + 776 * j; }
 std::size_t ObjectClass(unsigned j) { return 2620 + 776 * j; }
 std::size_t ObjectGain(unsigned j, unsigned s) { return 2624 + 776 * j + 4 * s; }
 std::size_t ObjectPosition(unsigned j, unsigned s) { return 2816 + 776 * j + 12 * s; }
@@ -110,73 +112,6 @@ std::string Root(const std::string& count, const std::string& active, const std:
          R"(,"ActivePAName":)" + Q(name);
 }
 
-TEST(PaDataTest, WholeDocumentWithBedsObjectsAndSources) {
-  auto rec = NewEd2Record(2);
-  rec->activePaNo = 1;
-  Put<int16_t>(*rec, kBedCount, 2);
-  Put<int16_t>(*rec, kObjectCount, 3);
-
-  // Bed 0: L R C LFE Ls Rs, three sources; bed 1: Lfh Rfh, no sources.
-  for (unsigned f = 0; f < 6; ++f) Put<uint8_t>(*rec, BedFlag(0, f), 1);
-  Put<int32_t>(*rec, BedSources(0), 3);
-  Put<int32_t>(*rec, BedTarget(0, 0), 0);   // speaker type 1, L
-  Put<int32_t>(*rec, BedTarget(0, 1), 2);   // speaker type 3, C
-  Put<int32_t>(*rec, BedTarget(0, 2), 20);  // speaker type 21: no name
-  Put<float>(*rec, BedGain(0, 2), -4.5f);
-  Put<uint8_t>(*rec, BedFlag(1, 8), 1);
-  Put<uint8_t>(*rec, BedFlag(1, 9), 1);
-
-  Put<int16_t>(*rec, ObjectChannel(0), 4);
-  Put<uint32_t>(*rec, ObjectClass(0), 1);
-  Put<float>(*rec, ObjectGain(0, 0), -3.0f);
-  PutPosition(*rec, 0, 0, 0.25f, 0.75f, 0.5f);
-  Put<int16_t>(*rec, ObjectChannel(1), -1);
-  Put<uint32_t>(*rec, ObjectClass(1), 9);
-  // Set 60 lies beyond the object's own 48 entries; the offsets still apply.
-  Put<float>(*rec, ObjectGain(1, 60), 0.5f);
-  PutPosition(*rec, 1, 60, 0.5f, 0.25f, 0.0f);
-  Put<int16_t>(*rec, ObjectChannel(2), 254);
-  Put<uint32_t>(*rec, ObjectClass(2), 0);
-  Put<float>(*rec, ObjectGain(2, 3), -6.0f);
-  PutPosition(*rec, 2, 3, 1.0f, 0.0f, 1.0f);
-
-  PutName(*rec, 0, "Main");
-  Include(*rec, 0, 0, 2);
-  Include(*rec, 0, 1, 0);
-  IncludeObject(*rec, 0, 0, 0);
-  IncludeObject(*rec, 0, 2, 3);
-  PutName(*rec, 1, "Commentary");
-  Include(*rec, 1, 1, 1);
-  IncludeObject(*rec, 1, 1, 60);
-
-  const std::string bed0 = BedEntry("5-1", " L R C LFE Ls Rs", " L R C LFE Ls Rs");
-  const std::string bed1 = BedEntry("2-0", " Lfh Rfh", " Lfh Rfh");
-  const std::string object0 = DynamicEntry("1", "Dialogue", {"-0.5", "0.25"}, {"-0.5", "0.75"},
-                                           {"0.5", "0.50"}, "0", "5", {"-3.0", "-3.00"});
-  const std::string object1 = DynamicEntry("1", "9", {"0.0", "0.50"}, {"0.5", "0.25"},
-                                           {"0.0", "0.00"}, "1", "0", {"0.5", "0.50"});
-  const std::string object2 = DynamicEntry("0", "Not indicated", {"1.0", "1.00"}, {"1.0", "0.00"},
-                                           {"1.0", "1.00"}, "2", "255", {"-6.0", "-6.00"});
-  const Xyz g{"-4.5", "-4.50"}, zero{"0.0", "0.00"}, one{"1.0", "1.00"}, minusOne{"-1.0", "-1.00"};
-  const std::string paBed0 =
-      "{" + Item("SpeakerConfig", "Speaker Config", Q("5-1"), " L R C LFE Ls Rs") + "," +
-      Item("NoSources", "No. of Sources", "3", "3") + ",\"Sources\":[" +
-      Source("1", "L", "1", g, minusOne, one, zero) + "," +
-      Source("3", "C", "2", g, zero, one, zero) + "," +
-      Source("21", "21", "3", g, zero, zero, zero) + "]}";
-  const std::string paBed1 = "{" +
-                             Item("SpeakerConfig", "Speaker Config", Q("2-0"), " Lfh Rfh") + "," +
-                             Item("NoSources", "No. of Sources", "0", "0") + ",\"Sources\":[]}";
-
-  const std::string expected =
-      Root("2", "1", "Commentary") + ",\"Presentations\":[{" +
-      R"("Name":{"Title":"Name","Data":true,"Desc":"Main"},"PaObjects":[)" + bed0 + "," + bed1 +
-      "," + object0 + "," + object2 + "],\"PaBed\":" + paBed0 + "},{" +
-      R"("Name":{"Title":"Name","Data":true,"Desc":"Commentary"},"PaObjects":[)" + bed1 + "," +
-      object1 + "],\"PaBed\":" + paBed1 + "}]}";
-  EXPECT_EQ(RenderPa(*rec, true), expected);
-}
-
 TEST(PaDataTest, NotEd2GivesTheEmptyObject) {
   auto rec = NewEd2Record(2);
   for (uint32_t mdType : {0u, 1u, 3u, 7u}) {
@@ -202,6 +137,10 @@ TEST(PaDataTest, WhenNothingIsListed) {
     PutName(*rec, 0, "Main");
     EXPECT_EQ(RenderPa(*rec, c.enabled, 42), c.expected);
   }
+  auto full = NewEd2Record(16);  // the largest count still listed
+  auto doc = Parse(RenderPa(*full, true));
+  const Value* listed = rapidjson::Pointer("/Presentations").Get(*doc);
+  EXPECT_EQ(listed != nullptr && listed->IsArray() ? listed->Size() : 0u, 16u);
 }
 
 // The name item's data tells that a text is there, even an empty one; with
@@ -217,7 +156,7 @@ TEST(PaDataTest, PresentationNames) {
   rec = NewEd2Record(1);
   PutName(*rec, 0, std::string(64, 'n'));
   Put<uint8_t>(*rec, PresentationAt(0) + 64, 'X');  // bedIncluded[0] right after the name
-  EXPECT_TRUE(Shows(RenderPa(*rec, true), R"("ActivePAName":")" + std::string(64, 'n') + "\""));
+  EXPECT_THAT(RenderPa(*rec, true), HasSubstr(R"("ActivePAName":")" + std::string(64, 'n') + "\""));
 }
 
 TEST(PaDataTest, ObjectCountsAreClampedAndNegativeMeansNone) {
@@ -230,7 +169,7 @@ TEST(PaDataTest, ObjectCountsAreClampedAndNegativeMeansNone) {
     Put<int16_t>(*rec, kBedCount, c.beds);
     Put<int16_t>(*rec, kObjectCount, c.objects);
     auto doc = Parse(RenderPa(*rec, true));
-    const Value& objects = At(At(At(*doc, "Presentations"), 0u), "PaObjects");
+    const Value& objects = Get(*doc, "/Presentations/0/PaObjects");
     EXPECT_EQ(objects.IsArray() ? objects.Size() : 999u, c.entries) << c.beds << "/" << c.objects;
   }
 }
@@ -249,16 +188,16 @@ TEST(PaDataTest, BedSourceCountAndTargetsAreBounded) {
   Put<int32_t>(*rec, BedTarget(0, 4), 12);       // type 13, Lrh
   const Xyz zero{"0.0", "0.00"}, one{"1.0", "1.00"}, minusOne{"-1.0", "-1.00"};
   const std::string text = RenderPa(*rec, true);
-  EXPECT_TRUE(Shows(text, Item("NoSources", "No. of Sources", "20", "20") + ",\"Sources\":[" +
+  EXPECT_THAT(text, HasSubstr(Item("NoSources", "No. of Sources", "20", "20") + ",\"Sources\":[" +
                               Source("0", "-", "1", zero, zero, zero, zero) + "," +
                               Source("17", "LFE2", "2", zero, zero, one, zero) + "," +
                               Source("-2147483648", "-2147483648", "3", zero, zero, zero, zero) + "," +
                               Source("-4", "-4", "4", zero, zero, zero, zero) + "," +
                               Source("13", "Lrh", "5", zero, minusOne, minusOne, one) + ","));
-  EXPECT_TRUE(Shows(text, "," + Source("1", "L", "16", zero, minusOne, one, zero) + "]}"));  // stored 0: type 1
+  EXPECT_THAT(text, HasSubstr("," + Source("1", "L", "16", zero, minusOne, one, zero) + "]}"));  // stored 0: type 1
 
   Put<int32_t>(*rec, BedSources(0), -3);
-  EXPECT_TRUE(Shows(RenderPa(*rec, true), Item("NoSources", "No. of Sources", "-3", "-3") + ",\"Sources\":[]"));
+  EXPECT_THAT(RenderPa(*rec, true), HasSubstr(Item("NoSources", "No. of Sources", "-3", "-3") + ",\"Sources\":[]"));
 }
 
 // "PaBed" describes the first included bed, with the gain of its set (here
@@ -276,10 +215,10 @@ TEST(PaDataTest, PaBedDescribesTheFirstIncludedBedWithItsSetGain) {
   Put<int32_t>(*rec, BedSources(0), 5);
   const Xyz zero{"0.0", "0.00"}, one{"1.0", "1.00"};
   const std::string text = RenderPa(*rec, true);
-  EXPECT_TRUE(Shows(text, ",\"PaBed\":{" + Item("SpeakerConfig", "Speaker Config", Q("0-1"), " LFE2") + "," +
+  EXPECT_THAT(text, HasSubstr(",\"PaBed\":{" + Item("SpeakerConfig", "Speaker Config", Q("0-1"), " LFE2") + "," +
                               Item("NoSources", "No. of Sources", "1", "1") + ",\"Sources\":[" +
                               Source("4", "LFE", "1", {"2.25", "2.25"}, zero, one, zero) + "]}"));
-  EXPECT_TRUE(Shows(text, BedEntry("0-0", "", "-") + "]"));
+  EXPECT_THAT(text, HasSubstr(BedEntry("0-0", "", "-") + "]"));
 }
 
 // Any class but 0 counts as dialogue in "Data"; the text names codes 0 to 8.
@@ -294,8 +233,7 @@ TEST(PaDataTest, ObjectClassTextsAndHighestSetIndex) {
                                "Commentary",    "Audio description", "Emergency", "Voice over", "9"};
   for (uint32_t code = 0; code <= 9; ++code) {
     Put<uint32_t>(*rec, ObjectClass(0), code);
-    EXPECT_TRUE(Shows(RenderPa(*rec, true),
-                      DynamicEntry(code != 0 ? "1" : "0", names[code], {"-1.0", "0.00"}, {"-1.0", "1.00"},
+    EXPECT_THAT(RenderPa(*rec, true), HasSubstr(DynamicEntry(code != 0 ? "1" : "0", names[code], {"-1.0", "0.00"}, {"-1.0", "1.00"},
                                    {"0.75", "0.75"}, "0", "1", {"-1.25", "-1.25"})));
   }
 }

@@ -1,0 +1,65 @@
+// Whole documents. tests/golden/<case>.json describes a record in the
+// scenario-file format (the tools' encoder builds it); <case>.status.json and,
+// for ED2, <case>.presentation.json hold the documents it must render to, byte
+// for byte, with "TS" fixed at kNow.
+//
+// PLOVREST_REGEN_GOLDEN=1 rewrites the expected files from the renderers
+// instead of comparing; review every diff before committing it.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+#include "RenderTestSupport.h"
+#include "scenario/Scenario.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using namespace render_test;
+
+std::string ReadFile(const fs::path& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+// Compares `text` (plus a final newline) with `path`, or writes it there.
+void Check(const fs::path& path, const std::string& text, bool regenerate) {
+  if (regenerate) {
+    std::ofstream(path, std::ios::binary) << text << '\n';
+    return;
+  }
+  ASSERT_TRUE(fs::exists(path)) << path << " is missing (PLOVREST_REGEN_GOLDEN=1 writes it)";
+  EXPECT_EQ(ReadFile(path), text + '\n') << path;
+}
+
+TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
+  const char* regen = std::getenv("PLOVREST_REGEN_GOLDEN");
+  const bool regenerate = regen != nullptr && std::string(regen) == "1";
+  int cases = 0;
+  for (const fs::directory_entry& file : fs::directory_iterator(GOLDEN_DIR)) {
+    const fs::path path = file.path();
+    const std::string name = path.filename().string();
+    if (path.extension() != ".json" || name.find('.') != name.size() - 5) continue;
+    SCOPED_TRACE(name);
+    ++cases;
+    tools::Scenario scenario;
+    std::string error;
+    ASSERT_TRUE(tools::LoadScenarioFile(path.string(), scenario, error)) << error;
+    ASSERT_EQ(scenario.steps.size(), 1u);
+    const kv_dolby_metadata_t& rec = scenario.steps[0].record;
+    const fs::path stem = path.parent_path() / path.stem();
+    Check(stem.string() + ".status.json", Render(rec), regenerate);
+    if (rec.mdType == DLB_PADC_UI_MD_TYPE_ED2) {
+      Check(stem.string() + ".presentation.json", RenderPa(rec, rec.atmosDecode != 0), regenerate);
+    }
+  }
+  EXPECT_GE(cases, 10);
+}
+
+}  // namespace
