@@ -155,6 +155,12 @@ bool DaemonProcess::WaitForStderr(const std::string& needle, Ms timeout) const {
   return WaitForText([this] { return Stderr(); }, needle, timeout);
 }
 
+namespace {
+std::function<void(const Message&)> gReceiveCheck;
+}  // namespace
+
+void SetReceiveCheck(std::function<void(const Message&)> check) { gReceiveCheck = std::move(check); }
+
 std::optional<Message> Receive(zsock_t* sock, Ms timeout) {
   zpoller_t* poller = zpoller_new(sock, nullptr);
   void* ready = zpoller_wait(poller, static_cast<int>(timeout.count()));
@@ -175,6 +181,7 @@ std::optional<Message> Receive(zsock_t* sock, Ms timeout) {
   zframe_destroy(&first);
   zframe_destroy(&second);
   zmsg_destroy(&msg);
+  if (gReceiveCheck) gReceiveCheck(m);
   return m;
 }
 

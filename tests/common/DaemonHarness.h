@@ -69,6 +69,10 @@ struct Message {
 
 // Receives one message within the time-out.
 std::optional<Message> Receive(zsock_t* sock, Ms timeout);
+// Called with every message Receive returns, for a check of everything a test
+// receives (the end-to-end tests validate what the daemon publishes); an
+// empty function removes it.
+void SetReceiveCheck(std::function<void(const Message&)> check);
 // Receives until pred matches, within the time-out; other messages are skipped.
 std::optional<Message> ReceiveUntil(zsock_t* sock, Ms timeout,
                                     const std::function<bool(const Message&)>& pred);

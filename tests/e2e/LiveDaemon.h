@@ -13,6 +13,8 @@
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "RecordFactory.h"
+#include "schema/DocSchemas.h"
+#include "tap/DocCheck.h"
 
 namespace e2e {
 
@@ -43,6 +45,14 @@ inline std::string WithoutTs(const std::string& doc) {
 class LiveDaemon : public testing::Test {
  protected:
   void SetUp() override {
+    // Every document the daemon publishes must satisfy its JSON Schema; a
+    // document cut where a non-finite number stands is the designed form.
+    harness::SetReceiveCheck([](const Message& m) {
+      if (tools::SchemaForTopic(m.topic) == nullptr) return;
+      const tap::DocCheck check = tap::CheckDocument(m.topic, m.payload);
+      EXPECT_TRUE(check.kind != tap::DocCheck::Kind::Schema && check.kind != tap::DocCheck::Kind::Invalid)
+          << m.topic << ": " << tap::DescribeCheck(check) << "\n" << m.payload.substr(0, 400);
+    });
     peers = std::make_unique<harness::Peers>();
     daemon = std::make_unique<harness::DaemonProcess>(
         std::vector<std::string>{"-s", "2", "-i", "lo"});
