@@ -43,7 +43,7 @@ int NestingDepth(const rapidjson::Value& root) {
 }  // namespace
 
 bool ParseJsonText(const std::string& text, rapidjson::Document& doc, std::string& error) {
-  doc.Parse<rapidjson::kParseIterativeFlag | rapidjson::kParseFullPrecisionFlag>(text.c_str(), text.size());
+  doc.Parse<rapidjson::kParseIterativeFlag>(text.c_str(), text.size());
   if (!doc.HasParseError()) {
     if (NestingDepth(doc) <= kMaxJsonDepth) return true;
     error = "nested deeper than " + std::to_string(kMaxJsonDepth) + " levels";

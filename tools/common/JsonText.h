@@ -15,8 +15,10 @@ namespace tools {
 constexpr int kMaxJsonDepth = 64;
 
 // Parses `text` into `doc` without recursion, so no input can overflow the
-// stack, and with full precision, so that a float's shortest text reads back
-// as the same float. On a syntax error returns false and sets `error` to
+// stack. (Not with RapidJSON's full-precision flag: its exact path shifts by
+// an undefined amount for a zero with a large negative exponent, "0e-96";
+// the normal path is close enough for a float's shortest text to read back
+// as the same float.) On a syntax error returns false and sets `error` to
 // "line L, column C: <reason>"; a document nested deeper than kMaxJsonDepth
 // is refused too ("nested deeper than 64 levels").
 bool ParseJsonText(const std::string& text, rapidjson::Document& doc, std::string& error);
