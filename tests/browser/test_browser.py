@@ -81,9 +81,15 @@ class Run:
 
 
 def wait_for(condition, what, timeout=30):
-    end, last = time.time() + timeout, None
+    """The condition's first true value; the page may rebuild an element the
+    condition holds (a stale reference), which counts as not yet."""
+    from selenium.common.exceptions import StaleElementReferenceException
+    end = time.time() + timeout
     while time.time() < end:
-        last = condition()
+        try:
+            last = condition()
+        except StaleElementReferenceException:
+            last = None
         if last:
             return last
         time.sleep(0.1)
@@ -143,7 +149,8 @@ def main():
             pa = presentations[index]
             if index == 1:
                 wait_for(lambda: driver.find_element("id", "pa-select").is_displayed(), "the presentation selector")
-                driver.find_element("css selector", "#pa-select option[value='1']").click()
+                wait_for(lambda: driver.find_element("css selector", "#pa-select option[value='1']").click() or True,
+                         "a click on presentation 1")
             wait_for(lambda: "TypeId 60" in (p := page(ed2_cell[0]))["what"] and close(p["objects"], pa["objects"])
                      and p["beds"] == pa["beds"] and p["cell"] == ed2_cell[1], f"ED2 presentation {pa['name']!r}")
             if index == 0:
