@@ -32,20 +32,6 @@ TEST(MetadataJsonTest, UpdateKeepsPositionAndTakesTheNewType) {
   EXPECT_EQ(json.Text(), R"({"Item":{"Title":"Level","Data":-7,"Desc":"e"},"After":1})");
 }
 
-TEST(MetadataJsonTest, ValueKindsAndTheirNumberForms) {
-  Json json;
-  Value& root = json.Doc();
-  json.AddUpdateMember("u", 4294967295u, root);
-  json.AddUpdateMember("i", -2147483647 - 1, root);
-  json.AddUpdateMember("f", 0.1f, root);
-  json.AddUpdateMember("h", 2.5f, root);
-  json.AddUpdateMember("b", true, root);
-  json.AddUpdateMember("s", std::string("a\"b"), root);
-  EXPECT_EQ(json.Text(),
-            R"({"u":4294967295,"i":-2147483648,"f":0.10000000149011612,"h":2.5,"b":true,)"
-            R"("s":"a\"b"})");
-}
-
 // Escapes wherever they fall in a text, names included; other bytes, UTF-8
 // sequences among them, are written as they are.
 TEST(MetadataJsonTest, TextsAreEscapedOnlyWhereNeeded) {
