@@ -41,6 +41,7 @@ TEST(MetadataJsonTest, TextsAreEscapedOnlyWhereNeeded) {
   };
   const Case cases[] = {
       {"0123456789\"abcdef", R"("0123456789\"abcdef")"},
+      {"a\"b", R"("a\"b")"},  // a quote in a text shorter than a word
       {"01234567\\", R"("01234567\\")"},
       {"0123\\56789", R"("0123\\56789")"},
       {"abc\x1f" "efghij", R"("abc\u001Fefghij")"},
