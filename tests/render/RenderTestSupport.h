@@ -8,7 +8,6 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
-#include <vector>
 
 #include <rapidjson/document.h>
 #include <rapidjson/pointer.h>
@@ -44,10 +43,9 @@ inline std::string RenderPa(const kv_dolby_metadata_t& rec, bool objectsEnabled,
   return std::string(renderer->GetString(), renderer->GetSize());
 }
 
-// The rendered document, parsed; fails the test when the text is not JSON.
-inline std::unique_ptr<rapidjson::Document> RenderParsed(const kv_dolby_metadata_t& rec) {
+// The parsed text; fails the test when it is not a JSON object.
+inline std::unique_ptr<rapidjson::Document> Parse(const std::string& text) {
   auto doc = std::make_unique<rapidjson::Document>();
-  const std::string text = Render(rec);
   doc->Parse(text.c_str(), text.size());
   EXPECT_FALSE(doc->HasParseError()) << text;
   if (doc->HasParseError() || !doc->IsObject()) doc->SetObject();
@@ -64,15 +62,7 @@ inline const rapidjson::Value& Get(const rapidjson::Value& root, const char* poi
 
 inline std::string Text(const rapidjson::Value& v) { return v.IsString() ? v.GetString() : "<none>"; }
 
-// ---- expected text
-
 inline std::string Q(const std::string& s) { return "\"" + s + "\""; }
-
-inline std::string Join(const std::vector<std::string>& parts) {
-  std::string out;
-  for (const std::string& p : parts) out += (out.empty() ? "" : ",") + p;
-  return out;
-}
 
 // "key":{"Title":title,"Data":data,"Desc":desc}, data given as JSON text.
 inline std::string Item(const std::string& key, const std::string& title, const std::string& data,
@@ -85,31 +75,6 @@ template <typename T>
 void Put(kv_dolby_metadata_t& rec, std::size_t blockOffset, T value) {
   if (blockOffset + sizeof value > sizeof rec.md.raw) throw std::out_of_range("block offset");
   std::memcpy(rec.md.raw + blockOffset, &value, sizeof value);
-}
-
-// Copies text into a fixed-width field (terminated when it fits).
-template <std::size_t N>
-void SetText(char (&field)[N], const std::string& text) {
-  std::memset(field, 0, N);
-  std::memcpy(field, text.data(), text.size() < N ? text.size() : N);
-}
-
-inline std::unique_ptr<rapidjson::Document> Parse(const std::string& text) {
-  auto doc = std::make_unique<rapidjson::Document>();
-  doc->Parse(text.c_str(), text.size());
-  EXPECT_FALSE(doc->HasParseError()) << text;
-  if (doc->HasParseError()) doc->SetObject();
-  return doc;
-}
-
-// "Data" and "Desc" of an item, for compact checks.
-struct ItemView {
-  const rapidjson::Value& data;
-  std::string desc;
-};
-inline ItemView ItemOf(const rapidjson::Value& obj, const char* key) {
-  const std::string path = std::string("/") + key;
-  return ItemView{Get(obj, (path + "/Data").c_str()), Text(Get(obj, (path + "/Desc").c_str()))};
 }
 
 }  // namespace render_test

@@ -1,6 +1,7 @@
 // The two binaries refuse bad arguments and bad files with a message naming
-// the option or field and a non-zero exit status, and close the loop from a
-// scenario file to a record file and back to fields.
+// the option or field and a non-zero exit status. Scenario file -> record
+// file -> views is the reference pages' check; record -> fields -> the same
+// record is the record_file fuzz target's.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,23 +22,15 @@ constexpr int kBadInput = 2;  // the exit statuses both tools share (tools/commo
 constexpr int kNoFile = 4;
 constexpr int kBadFile = 5;
 
-struct BadCall {
-  const char* name;
-  const char* binary;
-  std::vector<std::string> args;
-  const char* expected;
-};
-
-class BadArguments : public ::testing::TestWithParam<BadCall> {};
-
-TEST_P(BadArguments, AreRefusedNamingTheOption) {
-  const auto r = RunTool(GetParam().binary, GetParam().args);
-  EXPECT_EQ(r.status, kBadInput) << r.err;
-  EXPECT_THAT(r.err, HasSubstr(GetParam().expected));
-  EXPECT_EQ(r.out, "");
-}
-
-const BadCall kBadCalls[] = {
+// Bad arguments are refused naming the option, with nothing on stdout; help
+// and the list of built-in scenarios go to stdout with status 0.
+TEST(Cli, BadArgumentsAndHelp) {
+  const struct {
+    const char* name;
+    const char* binary;
+    std::vector<std::string> args;
+    const char* expected;
+  } calls[] = {
     {"SimUnknownOption", PLOVREST_SIM_PATH, {"--speed", "3"}, "unknown option '--speed'"},
     {"SimStrayArgument", PLOVREST_SIM_PATH, {"ddp"}, "unexpected argument 'ddp'"},
     {"SimRateNotNumber", PLOVREST_SIM_PATH, {"--rate", "fast"}, "--rate: 'fast' is not a number"},
@@ -68,10 +61,18 @@ const BadCall kBadCalls[] = {
     {"TapDecodeLive", PLOVREST_TAP_PATH, {"--decode", "x.bin", "--count", "2"}, "--count: not with --decode"},
     {"TapFieldsJsonl", PLOVREST_TAP_PATH, {"--decode", "x.bin", "--fields", "--jsonl"}, "--jsonl: not with --fields"},
     {"TapEndpoint", PLOVREST_TAP_PATH, {"--endpoint", "localhost"}, "--endpoint: 'localhost' is not an endpoint URL"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Cli, BadArguments, ::testing::ValuesIn(kBadCalls),
-                         [](const auto& info) { return std::string(info.param.name); });
+    {"SimHelp", PLOVREST_SIM_PATH, {"--help"}, "--write-record FILE"},
+    {"TapHelp", PLOVREST_TAP_PATH, {"-h"}, "--decode FILE"},
+    {"SimList", PLOVREST_SIM_PATH, {"--list"}, " flip "},
+  };
+  for (const auto& c : calls) {
+    const auto r = RunTool(c.binary, c.args);
+    const bool help = c.args[0] == "--help" || c.args[0] == "-h" || c.args[0] == "--list";
+    EXPECT_EQ(r.status, help ? 0 : kBadInput) << c.name << ": " << r.err;
+    EXPECT_THAT(help ? r.out : r.err, HasSubstr(c.expected)) << c.name;
+    EXPECT_TRUE(help || r.out.empty()) << c.name << ": " << r.out;
+  }
+}
 
 class ToolFiles : public ::testing::Test {
  protected:
@@ -81,65 +82,16 @@ class ToolFiles : public ::testing::Test {
   std::string mDir;
 };
 
-TEST_F(ToolFiles, BadScenarioFileNamesFileAndField) {
-  const struct {
-    const char* text;
-    const char* expected;
-  } cases[] = {
-      {R"({"record": {"typeId": 16, "ddp": {"acmod": 7, "bedchannels": [1]}}})",
-       "report.json: record.ddp.bedchannels: unknown field (did you mean \"bedChannels\"?)"},
-      {R"({"steps": [{"record": {"ac4": {"presentations": [{"language": 5}]}}}]})",
-       "report.json: steps[0].record.ac4.presentations[0].language: expected a string, found a number"},
-      {"{\"record\": {\"typeId\": 16,}}", "report.json: line 1, column 26:"},
-      {R"({"record": {}, "events": [{"at": 1, "event": "zoom in"}]})", "report.json: events[0].event: 'zoom in'"},
-  };
-  for (const auto& c : cases) {
-    harness::WriteText(Path("report.json"), c.text);
-    for (const char* mode : {"--show-record", "--write-record"}) {
-      std::vector<std::string> args = {"--scenario-file", Path("report.json"), mode};
-      if (std::string(mode) == "--write-record") args.push_back(Path("out.bin"));
-      const auto r = RunTool(PLOVREST_SIM_PATH, args);
-      EXPECT_EQ(r.status, kBadFile) << c.text;
-      EXPECT_THAT(r.err, HasSubstr(c.expected));
-      EXPECT_FALSE(std::ifstream(Path("out.bin")).good()) << "no record is written from a bad file";
-    }
+// The message naming file and field is the scenario_file fuzz target's check.
+TEST_F(ToolFiles, BadScenarioFileWritesNoRecord) {
+  harness::WriteText(Path("report.json"), "{\"record\": {\"typeId\": 16,}}");
+  for (std::vector<std::string> mode : {std::vector<std::string>{"--show-record"}, {"--write-record", Path("out.bin")}}) {
+    mode.insert(mode.begin(), {"--scenario-file", Path("report.json")});
+    const auto r = RunTool(PLOVREST_SIM_PATH, mode);
+    EXPECT_EQ(r.status, kBadFile) << r.err;
+    EXPECT_THAT(r.err, HasSubstr("report.json: line 1, column 26:"));
+    EXPECT_FALSE(std::ifstream(Path("out.bin")).good()) << "no record is written from a bad file";
   }
-}
-
-// Scenario file -> record file (sim) -> fields (tap), and the record renders.
-TEST_F(ToolFiles, WriteRecordThenDecodeGivesTheFieldsBack) {
-  const std::string scenario = R"({"record": {"typeId": 16, "inputType": 2, "dzPair": 3, "atmosDecode": 1,
-      "ddp": {"datarate": 640, "acmod": 7, "atmosPresent": 1, "dialnorm": 27, "numDynObjects": 1,
-              "objects": [{"x": 0.25, "y": 0.5, "z": 0.75, "dialogueClass": 1}], "bedChannels": [1, 1, 1]}}})";
-  harness::WriteText(Path("report.json"), scenario);
-  const auto written = RunTool(PLOVREST_SIM_PATH, {"--scenario-file", Path("report.json"), "--write-record", Path("r.bin")});
-  ASSERT_EQ(written.status, 0) << written.err;
-  EXPECT_THAT(written.out, HasSubstr("33704 bytes"));
-
-  const auto fields = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("r.bin"), "--fields"});
-  ASSERT_EQ(fields.status, 0) << fields.err;
-  rapidjson::Document expected, got;
-  std::string error;
-  ASSERT_TRUE(tools::ParseJsonText(scenario, expected, error)) << error;
-  ASSERT_TRUE(tools::ParseJsonText(fields.out, got, error)) << error << "\n" << fields.out;
-  expected["record"].AddMember("protoVer", 19, expected.GetAllocator());
-  expected["record"].AddMember("mdType", 1, expected.GetAllocator());
-  ASSERT_TRUE(got.IsObject() && got.HasMember("record")) << fields.out;
-  EXPECT_TRUE(got["record"] == expected["record"]) << fields.out;
-
-  // The decoded fields are a scenario file that rebuilds the same record.
-  harness::WriteText(Path("decoded.json"), fields.out);
-  const auto again = RunTool(PLOVREST_SIM_PATH, {"--scenario-file", Path("decoded.json"), "--write-record", Path("again.bin")});
-  ASSERT_EQ(again.status, 0) << again.err;
-  std::string first, second, readError;
-  ASSERT_TRUE(tools::ReadFile(Path("r.bin"), first, readError));
-  ASSERT_TRUE(tools::ReadFile(Path("again.bin"), second, readError));
-  EXPECT_TRUE(first == second);
-
-  const auto table = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("r.bin")});
-  ASSERT_EQ(table.status, 0) << table.err;
-  EXPECT_THAT(table.out, HasSubstr("DolbyMetadataGrp"));
-  EXPECT_THAT(table.out, ::testing::ContainsRegex("Streams\\[0\\]\\[0\\]\\.BitstreamInfo\\.Datarate +[^ ].* +640 "));
 }
 
 // A missing file and a file of the wrong kind give the same status in both tools.
@@ -192,11 +144,7 @@ TEST_F(ToolFiles, DecodeWritesOnlyDocumentsAndValidates) {
   EXPECT_EQ(documents, 2);  // the status and the presentation document
   EXPECT_THAT(json.err, HasSubstr("DolbyPAData>>: valid"));
 
-  const auto one = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("ed2.bin"), "--view", "pretty", "--topic", "DolbyMetadataGrp"});
   rapidjson::Document doc;
-  EXPECT_TRUE(tools::ParseJsonText(one.out, doc, error)) << error;
-  EXPECT_EQ(doc["TypeId"].GetInt(), 60);
-
   const auto cut = RunTool(PLOVREST_TAP_PATH, {"--decode", Path("nan.bin"), "--view", "json", "--validate"});
   EXPECT_EQ(cut.status, 0) << "a cut document is designed behaviour, not an invalid one";
   EXPECT_EQ(cut.out, "");
@@ -207,20 +155,6 @@ TEST_F(ToolFiles, DecodeWritesOnlyDocumentsAndValidates) {
   ASSERT_TRUE(tools::ParseJsonText(jsonl.out, doc, error)) << error << jsonl.out;
   EXPECT_STREQ(doc["check"]["kind"].GetString(), "cut");
   EXPECT_TRUE(doc.HasMember("text") && !doc.HasMember("payload"));
-}
-
-TEST(Help, DescribesOptionsAndExamples) {
-  const auto sim = RunTool(PLOVREST_SIM_PATH, {"--help"});
-  EXPECT_EQ(sim.status, 0);
-  for (const char* text : {"--scenario NAME", "--write-record FILE", "zoom on|off", "Exit status", "Examples"})
-    EXPECT_THAT(sim.out, HasSubstr(text));
-  const auto tap = RunTool(PLOVREST_TAP_PATH, {"-h"});
-  EXPECT_EQ(tap.status, 0);
-  for (const char* text : {"--jsonl", "--decode FILE", "--view VIEW", "Exit status"}) EXPECT_THAT(tap.out, HasSubstr(text));
-  const auto list = RunTool(PLOVREST_SIM_PATH, {"--list"});
-  EXPECT_EQ(list.status, 0);
-  for (const char* name : {"pcm", "dd", "ddp", "dolby-e", "ac4", "ed2", "all", "flip"})
-    EXPECT_THAT(list.out, ::testing::ContainsRegex(std::string("\n? +") + name + " +[A-Z]"));
 }
 
 }  // namespace

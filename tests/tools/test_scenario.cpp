@@ -1,29 +1,159 @@
-// Scenario files: steps built on one another, timed monitor events, and
-// rejection of bad files with the place of the fault.
+// The scenario library: the record encoder refuses bad descriptions with the
+// field's path and the read-back names the fields (that any record's
+// read-back rebuilds it byte for byte is the record_file fuzz target's check,
+// over its corpus); scenario files build steps on one another, time monitor
+// events, and refuse bad files and event texts with the place of the fault.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cfloat>
+#include <cstring>
+
 #include "Messaging/Topics.h"
+#include "common/JsonText.h"
+#include "record/RecordEncoder.h"
+#include "record/RecordReadBack.h"
+#include "scenario/BuiltinScenarios.h"
 #include "scenario/MonitorEvent.h"
 #include "scenario/Scenario.h"
 
 namespace {
 
+using tools::ApplyRecordFields;
+using tools::EmptyRecord;
 using ::testing::HasSubstr;
+
+kv_dolby_metadata_t Encode(const std::string& json) {
+  rapidjson::Document doc;
+  std::string error;
+  EXPECT_TRUE(tools::ParseJsonText(json, doc, error)) << error;
+  kv_dolby_metadata_t rec = EmptyRecord();
+  EXPECT_TRUE(ApplyRecordFields(doc, "record", rec, error)) << error;
+  return rec;
+}
+
+std::string EncodeError(const std::string& json) {
+  rapidjson::Document doc;
+  std::string error;
+  EXPECT_TRUE(tools::ParseJsonText(json, doc, error)) << error;
+  kv_dolby_metadata_t rec = EmptyRecord();
+  EXPECT_FALSE(ApplyRecordFields(doc, "record", rec, error)) << json;
+  return error;
+}
+
+// Fields land where the renderers read them: the golden documents
+// (tests/golden) are rendered from records this encoder builds.
+
+TEST(Encoder, TextClearsTheRestOfItsFieldAndIntegersTheirWidthOnly) {
+  kv_dolby_metadata_t rec = Encode(R"({"dolbye":{"programConfig":"a long configuration","bitDepth":16}})");
+  std::string error;
+  rapidjson::Document shorter;
+  ASSERT_TRUE(tools::ParseJsonText(R"({"dolbye":{"programConfig":"2+2","frameRate":65535}})", shorter, error));
+  ASSERT_TRUE(ApplyRecordFields(shorter, "record", rec, error)) << error;
+  EXPECT_STREQ(rec.md.dolbye.programConfig, "2+2");
+  for (std::size_t i = 3; i < sizeof rec.md.dolbye.programConfig; ++i) EXPECT_EQ(rec.md.dolbye.programConfig[i], 0);
+  EXPECT_EQ(rec.md.dolbye.frameRate, 65535);
+  EXPECT_EQ(rec.md.dolbye.bitDepth, 16);  // the neighbour of frameRate is untouched
+}
+
+// Bad field descriptions are refused with the path of the field.
+TEST(Encoder, RefusesBadFieldsNamingThePath) {
+  const struct { const char* json; const char* expected; } cases[] = {
+    {R"({"ddp":{"acmode":7}})", "record.ddp.acmode: unknown field (did you mean \"acmod\"?)"},
+    {R"({"speed":1})", "record.speed: unknown field"},
+    {R"({"ddp":{"bedChannels":[1,256]}})", "record.ddp.bedChannels[1]: 256 is out of range"},
+    {R"({"dzPair":-1})", "record.dzPair: -1 is out of range for an unsigned 32-bit integer"},
+    {R"({"ed2":{"bedObjectCount":40000}})", "record.ed2.bedObjectCount: 40000 is out of range"},
+    {R"({"typeId":2147483648})", "record.typeId: 2147483648 is out of range"},
+    {R"({"typeId":18446744073709551615})", "record.typeId: 18446744073709551615 is out of range"},
+    {R"({"ddp":{"acmod":7.5}})", "record.ddp.acmod: expected a signed 32-bit integer, found 7.5"},
+    {R"({"ddp":{"acmod":"7"}})", "record.ddp.acmod: expected a signed 32-bit integer, found a string"},
+    {R"({"typeId":"mp3"})", "record.typeId: unknown name \"mp3\""},
+    {R"({"ddp":{"objects":[{"x":-3.4028236e38}]}})", "x: -3.4028236e38 is out of range for a 32-bit float"},
+    {R"({"ddp":{"objects":[{"x":"half"}]}})", "record.ddp.objects[0].x: expected a number"},
+    {R"({"ddp":{"objects":[{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{}]}})",
+     "record.ddp.objects: 16 elements, the record holds 15"},
+    {R"({"ddp":{"bedChannels":1}})", "record.ddp.bedChannels: expected an array, found a number"},
+    {R"({"ac4":{"presentations":[5]}})", "record.ac4.presentations[0]: expected an object"},
+    {R"({"ed2":{"presentations":[{"name":"0123456789012345678901234567890123456789012345678901234567890123"}]}})",
+     "record.ed2.presentations[0].name: text of 64 bytes does not fit (at most 63)"},
+    {R"({"dolbye":{"programConfig":"a\u0000b"}})", "record.dolbye.programConfig: the text contains a NUL"},
+    {R"({"ddp":{},"ac4":{}})", "both \"ddp\" and \"ac4\" are given"},
+    {R"({"ed2":{"dynamicObjects":[{"position":[[0,0,0],[0,0,0,0]]}]}})",
+     "record.ed2.dynamicObjects[0].position[1]: 4 elements, the record holds 3"},
+    {R"({"raw":[{"offset":33703,"hex":"0102"}]})", "record.raw[0]: 2 bytes at offset 33703 run past"},
+    {R"({"raw":[{"offset":0,"hex":"zz"}]})", "record.raw[0].hex: 'zz' is not a hexadecimal byte"},
+    {R"({"raw":[{"offset":0,"hex":"abc"}]})", "record.raw[0].hex: odd number"},
+    {R"({"raw":[{"offset":0,"bytes":"ab"}]})", "record.raw[0].bytes: unknown field"},
+  };
+  for (const auto& c : cases) EXPECT_THAT(EncodeError(c.json), HasSubstr(c.expected));
+}
+
+// ---- read-back
+
+TEST(ReadBack, GivesTheFieldsOfTheSelectedBlockByName) {
+  kv_dolby_metadata_t rec = EmptyRecord();
+  rec.typeId = stream_type::kAc4;
+  rec.mdType = DLB_PADC_UI_MD_TYPE_AC4;
+  rec.md.ac4.presentationCount = 2;
+  rec.md.ac4.presentations[1].dialogGain = 0.1f;
+  rec.md.ac4.presentations[1].meGain = -FLT_MAX;  // the shortest text reads back as itself
+  std::strcpy(rec.md.ac4.substreams[2].channelConfig, "5.1");
+  rapidjson::Document doc;
+  tools::ReadBackRecord(rec, doc);
+  EXPECT_EQ(tools::CompactJson(doc),
+            R"({"protoVer":19,"typeId":24,"mdType":3,"ac4":{"presentationCount":2,)"
+            R"("presentations":[null,{"dialogGain":0.1,"meGain":-3.4028235e38}],)"
+            R"("substreams":[null,null,{"channelConfig":"5.1"}]}})");
+  rapidjson::Document reparsed;
+  std::string error;
+  ASSERT_TRUE(tools::ParseJsonText(tools::CompactJson(doc), reparsed, error)) << error;
+  kv_dolby_metadata_t rebuilt = EmptyRecord();
+  ASSERT_TRUE(ApplyRecordFields(reparsed, "record", rebuilt, error)) << error;
+  EXPECT_EQ(std::memcmp(&rebuilt, &rec, sizeof rec), 0);
+}
+
+// Every step of every built-in scenario survives read-back and re-encoding.
+TEST(BuiltinScenarios, EveryStepRoundTrips) {
+  const auto names = tools::BuiltinScenarioNames();
+  ASSERT_THAT(names, ::testing::IsSupersetOf({"pcm", "dd", "ddp", "dolby-e", "ac4", "ed2", "all", "flip"}));
+  for (const auto& name : names) {
+    tools::Scenario scenario;
+    std::string error;
+    ASSERT_TRUE(tools::LoadBuiltinScenario(name, scenario, error)) << error;
+    for (std::size_t i = 0; i < scenario.steps.size(); ++i) {
+      rapidjson::Document description;
+      tools::ReadBackRecord(scenario.steps[i].record, description);
+      EXPECT_FALSE(description.HasMember("raw")) << name << " step " << i;
+      kv_dolby_metadata_t rebuilt = EmptyRecord();
+      ASSERT_TRUE(ApplyRecordFields(description, "record", rebuilt, error)) << error;
+      EXPECT_EQ(std::memcmp(&rebuilt, &scenario.steps[i].record, sizeof rebuilt), 0) << name << " step " << i;
+    }
+  }
+}
+
+// The sample files on disk are the built-ins: loading either gives the same records.
+TEST(BuiltinScenarios, MatchTheSampleFiles) {
+  for (const auto& name : tools::BuiltinScenarioNames()) {
+    tools::Scenario fromFile, builtin;
+    std::string error;
+    ASSERT_TRUE(tools::LoadScenarioFile(std::string(TOOLS_SCENARIO_DIR) + "/" + name + ".json", fromFile, error))
+        << error;
+    ASSERT_TRUE(tools::LoadBuiltinScenario(name, builtin, error)) << error;
+    ASSERT_EQ(fromFile.steps.size(), builtin.steps.size()) << name;
+    for (std::size_t i = 0; i < builtin.steps.size(); ++i)
+      EXPECT_EQ(std::memcmp(&fromFile.steps[i].record, &builtin.steps[i].record, sizeof(kv_dolby_metadata_t)), 0);
+  }
+}
+
+// ---- scenario files
 
 tools::Scenario Parse(const std::string& text) {
   tools::Scenario s;
   std::string error;
   EXPECT_TRUE(tools::ParseScenario(text, "test.json", s, error)) << error;
   return s;
-}
-
-std::string ParseError(const std::string& text) {
-  tools::Scenario s;
-  std::string error;
-  EXPECT_FALSE(tools::ParseScenario(text, "test.json", s, error)) << text;
-  return error;
 }
 
 TEST(Scenario, StepsBuildOnThePreviousOneUnlessResetOrUse) {
@@ -78,147 +208,106 @@ TEST(Scenario, EventsAreSortedByTimeAndKeepTheirText) {
   EXPECT_DOUBLE_EQ(s.events[3].at, 5);
 }
 
-struct BadScenario {
-  const char* name;
-  const char* text;
-  const char* expected;
-};
-
-class ScenarioReject : public ::testing::TestWithParam<BadScenario> {};
-
-TEST_P(ScenarioReject, SaysWhere) {
-  const std::string error = ParseError(GetParam().text);
-  EXPECT_THAT(error, HasSubstr("test.json: "));
-  EXPECT_THAT(error, HasSubstr(GetParam().expected));
-}
-
-// Nesting is parsed without recursion and bounded: a megabyte of brackets is
-// a syntax error, not a stack overflow; 65 levels are refused by name.
-const std::string kMegabyteOfBrackets(1 << 20, '[');
-const std::string kTooDeep = R"({"record":{"raw":)" + std::string(63, '[') + std::string(63, ']') + "}}";
-
-const BadScenario kBadScenarios[] = {
-    {"MegabyteOfBrackets", kMegabyteOfBrackets.c_str(), "line 1, column 1048577: "},
-    {"TooDeep", kTooDeep.c_str(), "nested deeper than 64 levels"},
-    {"Syntax", "{\n  \"record\": {\n    \"typeId\": 16\n    \"mdType\": 1\n  }\n}", "line 4, column 5: Missing a comma"},
-    {"NotAnObject", "[1]", "a scenario is a JSON object, found an array"},
-    {"UnknownTopLevel", R"({"record":{},"loop":true})", "loop: unknown field"},
-    {"NeitherRecordNorSteps", R"({"description":"x"})", "give either \"record\" or \"steps\""},
-    {"BothRecordAndSteps", R"({"record":{},"steps":[{}]})", "give either \"record\" or \"steps\""},
-    {"BadRecordField", R"({"record":{"ddp":{"dialnrom":3}}})", "record.ddp.dialnrom: unknown field (did you mean \"dialnorm\"?)"},
-    {"BadStepField", R"({"steps":[{},{"record":{"ac4":{"presentations":[{"level":300}]}}}]})",
+// Bad files are refused with the place of the fault. Nesting is parsed
+// without recursion and bounded: a megabyte of brackets is a syntax error,
+// not a stack overflow; 65 levels are refused by name.
+TEST(Scenario, BadFilesSayWhere) {
+  const std::string megabyteOfBrackets(1 << 20, '[');
+  const std::string tooDeep = R"({"record":{"raw":)" + std::string(63, '[') + std::string(63, ']') + "}}";
+  const struct { std::string text; const char* expected; } cases[] = {
+    {megabyteOfBrackets, "line 1, column 1048577: "},
+    {tooDeep, "nested deeper than 64 levels"},
+    {"{\n  \"record\": {\n    \"typeId\": 16\n    \"mdType\": 1\n  }\n}", "line 4, column 5: Missing a comma"},
+    {"[1]", "a scenario is a JSON object, found an array"},
+    {R"({"record":{},"loop":true})", "loop: unknown field"},
+    {R"({"description":"x"})", "give either \"record\" or \"steps\""},
+    {R"({"record":{},"steps":[{}]})", "give either \"record\" or \"steps\""},
+    {R"({"record":{"ddp":{"dialnrom":3}}})", "record.ddp.dialnrom: unknown field (did you mean \"dialnorm\"?)"},
+    {R"({"steps":[{},{"record":{"ac4":{"presentations":[{"level":300}]}}}]})",
      "steps[1].record.ac4.presentations[0].level: 300 is out of range"},
-    {"EmptySteps", R"({"steps":[]})", "steps: expected a non-empty array"},
-    {"UnknownStepField", R"({"steps":[{"wait":3}]})", "steps[0].wait: unknown field"},
-    {"ZeroHold", R"({"steps":[{"hold":0}]})", "steps[0].hold: expected a number of seconds above 0"},
-    {"NegativeHold", R"({"steps":[{"hold":-1}]})", "steps[0].hold: expected a number of seconds"},
-    {"UnknownUse", R"({"steps":[{"use":"mp3"}]})", "steps[0].use: no built-in scenario \"mp3\""},
-    {"UseAndReset", R"({"steps":[{"use":"ddp","reset":true}]})", "\"use\" and \"reset\" exclude each other"},
-    {"ResetNotBool", R"({"steps":[{"reset":1}]})", "steps[0].reset: expected true or false"},
-    {"EventWithoutTime", R"({"record":{},"events":[{"event":"zoom on"}]})", "events[0].at: missing"},
-    {"EventNegativeTime", R"({"record":{},"events":[{"at":-2,"event":"zoom on"}]})", "events[0].at: expected a number of seconds from 0"},
-    {"EventUnknown", R"({"record":{},"events":[{"at":1,"event":"zoom maybe"}]})", "events[0].event: 'zoom maybe': expected on or off"},
-    {"EventUnknownPeer", R"({"record":{},"events":[{"at":1,"peer":"decoder","topic":"X","payload":{}}]})",
+    {R"({"steps":[]})", "steps: expected a non-empty array"},
+    {R"({"steps":[{"wait":3}]})", "steps[0].wait: unknown field"},
+    {R"({"steps":[{"hold":0}]})", "steps[0].hold: expected a number of seconds above 0"},
+    {R"({"steps":[{"hold":-1}]})", "steps[0].hold: expected a number of seconds"},
+    {R"({"steps":[{"use":"mp3"}]})", "steps[0].use: no built-in scenario \"mp3\""},
+    {R"({"steps":[{"use":"ddp","reset":true}]})", "\"use\" and \"reset\" exclude each other"},
+    {R"({"steps":[{"reset":1}]})", "steps[0].reset: expected true or false"},
+    {R"({"record":{},"events":[{"event":"zoom on"}]})", "events[0].at: missing"},
+    {R"({"record":{},"events":[{"at":-2,"event":"zoom on"}]})", "events[0].at: expected a number of seconds from 0"},
+    {R"({"record":{},"events":[{"at":1,"event":"zoom maybe"}]})", "events[0].event: 'zoom maybe': expected on or off"},
+    {R"({"record":{},"events":[{"at":1,"peer":"decoder","topic":"X","payload":{}}]})",
      "events[0].peer: expected \"hwm\", \"hbmon\" or \"appserver\""},
-    {"EventMixedForms", R"({"record":{},"events":[{"at":1,"event":"procs","topic":"X"}]})",
+    {R"({"record":{},"events":[{"at":1,"event":"procs","topic":"X"}]})",
      "events[0]: give either \"event\" or \"peer\", \"topic\" and \"payload\""},
-    {"EventNoPayload", R"({"record":{},"events":[{"at":1,"peer":"hwm","topic":"X"}]})", "events[0].payload: missing"},
-};
-
-INSTANTIATE_TEST_SUITE_P(Files, ScenarioReject, ::testing::ValuesIn(kBadScenarios),
-                         [](const auto& info) { return std::string(info.param.name); });
-
-TEST(ScenarioFile, MissingFileNamesThePathAndReason) {
+    {R"({"record":{},"events":[{"at":1,"peer":"hwm","topic":"X"}]})", "events[0].payload: missing"},
+  };
+  for (const auto& c : cases) {
+    tools::Scenario s;
+    std::string error;
+    EXPECT_FALSE(tools::ParseScenario(c.text, "test.json", s, error)) << c.text.substr(0, 80);
+    EXPECT_THAT(error, HasSubstr(std::string("test.json: ")));
+    EXPECT_THAT(error, HasSubstr(c.expected)) << c.text.substr(0, 80);
+  }
   tools::Scenario s;
   std::string error;
-  EXPECT_FALSE(tools::LoadScenarioFile("/nonexistent/dir/x.json", s, error));
-  EXPECT_THAT(error, HasSubstr("/nonexistent/dir/x.json: No such file or directory"));
-  EXPECT_FALSE(tools::LoadScenarioFile("/tmp", s, error));
+  EXPECT_FALSE(tools::LoadScenarioFile("/tmp", s, error));  // a missing file: tools_cli_test
   EXPECT_THAT(error, HasSubstr("/tmp: is a directory"));
 }
 
-// ---- monitor events
-
-struct EventCase {
-  const char* text;
-  tools::Peer peer;
-  const char* topic;
-  const char* payload;
-  const char* latch;
-};
-
-class MonitorEvents : public ::testing::TestWithParam<EventCase> {};
-
-TEST_P(MonitorEvents, BecomeTheMessageOfTheirPeer) {
-  tools::MonitorMessage m;
-  std::string error;
-  ASSERT_TRUE(tools::ParseMonitorEvent(GetParam().text, m, error)) << error;
-  EXPECT_EQ(m.peer, GetParam().peer);
-  EXPECT_EQ(m.topic, GetParam().topic);
-  EXPECT_EQ(m.payload, GetParam().payload);
-  EXPECT_EQ(m.latch, GetParam().latch);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Texts, MonitorEvents,
-    ::testing::Values(
-        EventCase{"zoom on", tools::Peer::HardwareMonitor, "HwmDlbZoom", "{}", "select"},
-        EventCase{"zoom off", tools::Peer::HardwareMonitor, "HwmDolbyDecodeStop", "{}", "select"},
-        EventCase{"preset on", tools::Peer::HardwareMonitor, "HwmDolbyPreset", "{}", "select"},
-        EventCase{"preset off", tools::Peer::HardwareMonitor, "HwmDolbyDecodeStop", "{}", "select"},
-        EventCase{"decode stop", tools::Peer::HardwareMonitor, "HwmDolbyDecodeStop", "{}", "select"},
-        EventCase{"app-preset", tools::Peer::AppServer, "AppPresetConfiguration", "{}", "select"},
-        EventCase{"lines 9,10,1000", tools::Peer::HardwareMonitor, "HwmDlbZoomVideoLines",
-                  R"({"VidLnZP":9,"VidLnNextToZP":10,"Ed2MAFactor":1000})", "lines"},
-        EventCase{"  lines 1 2   3 ", tools::Peer::HardwareMonitor, "HwmDlbZoomVideoLines",
-                  R"({"VidLnZP":1,"VidLnNextToZP":2,"Ed2MAFactor":3})", "lines"},
-        EventCase{"decoder processing", tools::Peer::ProcessMonitor, "HbSysStatusEvent",
-                  R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})", "system"},
-        EventCase{"decoder stopped", tools::Peer::ProcessMonitor, "HbSysStatusEvent",
-                  R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Stopped"}})", "system"},
-        EventCase{"system fault", tools::Peer::ProcessMonitor, "HbSysStatusEvent",
-                  R"({"SystemStatus":"Fault","DolbyDecoder":{"State":"Stopped"}})", "system"},
-        EventCase{"appcmd 9", tools::Peer::ProcessMonitor, "HbAppCmd", R"({"Command":9})", ""},
-        EventCase{"appcmd -1", tools::Peer::ProcessMonitor, "HbAppCmd", R"({"Command":-1})", ""}));
-
-TEST(MonitorEvents, SignalAndProcessStatusCarryWhatTheParsersRead) {
-  tools::MonitorMessage m;
-  std::string error;
-  ASSERT_TRUE(tools::ParseMonitorEvent("signal 2", m, error)) << error;
-  EXPECT_EQ(m.topic, topic::kHwmSignalStatus);
-  EXPECT_THAT(m.payload, HasSubstr(R"("Slot":2)"));
-  EXPECT_THAT(m.payload, HasSubstr(R"("Type":1)"));
-  EXPECT_THAT(m.payload, HasSubstr(R"("Status":1)"));
-  ASSERT_TRUE(tools::ParseMonitorEvent("procs", m, error)) << error;
-  EXPECT_EQ(m.topic, topic::kHbProcsStatus);
-  EXPECT_THAT(m.payload, HasSubstr(R"("SystemStatus":"Okay")"));
-  EXPECT_THAT(m.payload, HasSubstr(R"("FpMeters":{)"));
-}
-
-TEST(MonitorEvents, BadTextsAreRefusedWithTheReason) {
-  const struct {
-    const char* text;
-    const char* expected;
-  } cases[] = {
-      {"", "empty event"},
-      {"zoom", "expected \"zoom on|off\""},
-      {"zoom sideways", "expected on or off after \"zoom\""},
-      {"decode go", "expected \"decode stop\""},
-      {"lines 9 10", "expected \"lines ZP NEXT FACTOR\""},
-      {"lines 9 -10 1000", "'-10' is not an unsigned 32-bit number"},
-      {"lines 9 10 4294967296", "'4294967296' is not an unsigned 32-bit number"},
-      {"signal 4", "slot from 0 to 3"},
-      {"decoder idle", "expected processing or stopped"},
-      {"system ok", "expected \"system fault\""},
-      {"appcmd nine", "'nine' is not a 32-bit integer command"},
-      {"reboot", "unknown event \"reboot\""},
+// Monitor event texts become the message of their peer, or are refused with
+// the reason (empty topic in the table).
+TEST(MonitorEvents, TextsBecomeTheMessageOfTheirPeerOrAreRefused) {
+  using tools::Peer;
+  const struct { const char* text; Peer peer; const char* topic; const char* payloadOrError; const char* latch; } cases[] = {
+      {"zoom on", Peer::HardwareMonitor, "HwmDlbZoom", "{}", "select"},
+      {"zoom off", Peer::HardwareMonitor, "HwmDolbyDecodeStop", "{}", "select"},
+      {"preset on", Peer::HardwareMonitor, "HwmDolbyPreset", "{}", "select"},
+      {"preset off", Peer::HardwareMonitor, "HwmDolbyDecodeStop", "{}", "select"},
+      {"decode stop", Peer::HardwareMonitor, "HwmDolbyDecodeStop", "{}", "select"},
+      {"app-preset", Peer::AppServer, "AppPresetConfiguration", "{}", "select"},
+      {"lines 9,10,1000", Peer::HardwareMonitor, "HwmDlbZoomVideoLines", R"({"VidLnZP":9,"VidLnNextToZP":10,"Ed2MAFactor":1000})", "lines"},
+      {"  lines 1 2   3 ", Peer::HardwareMonitor, "HwmDlbZoomVideoLines", R"({"VidLnZP":1,"VidLnNextToZP":2,"Ed2MAFactor":3})", "lines"},
+      {"decoder processing", Peer::ProcessMonitor, "HbSysStatusEvent", R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Processing"}})", "system"},
+      {"decoder stopped", Peer::ProcessMonitor, "HbSysStatusEvent", R"({"SystemStatus":"Okay","DolbyDecoder":{"State":"Stopped"}})", "system"},
+      {"system fault", Peer::ProcessMonitor, "HbSysStatusEvent", R"({"SystemStatus":"Fault","DolbyDecoder":{"State":"Stopped"}})", "system"},
+      {"appcmd 9", Peer::ProcessMonitor, "HbAppCmd", R"({"Command":9})", ""},
+      {"appcmd -1", Peer::ProcessMonitor, "HbAppCmd", R"({"Command":-1})", ""},
+      {"", {}, "", "empty event", ""},
+      {"zoom", {}, "", "expected \"zoom on|off\"", ""},
+      {"zoom sideways", {}, "", "expected on or off after \"zoom\"", ""},
+      {"decode go", {}, "", "expected \"decode stop\"", ""},
+      {"lines 9 10", {}, "", "expected \"lines ZP NEXT FACTOR\"", ""},
+      {"lines 9 -10 1000", {}, "", "'-10' is not an unsigned 32-bit number", ""},
+      {"lines 9 10 4294967296", {}, "", "'4294967296' is not an unsigned 32-bit number", ""},
+      {"signal 4", {}, "", "slot from 0 to 3", ""},
+      {"decoder idle", {}, "", "expected processing or stopped", ""},
+      {"system ok", {}, "", "expected \"system fault\"", ""},
+      {"appcmd nine", {}, "", "'nine' is not a 32-bit integer command", ""},
+      {"reboot", {}, "", "unknown event \"reboot\"", ""},
   };
   for (const auto& c : cases) {
     tools::MonitorMessage m;
     std::string error;
-    EXPECT_FALSE(tools::ParseMonitorEvent(c.text, m, error)) << c.text;
-    EXPECT_THAT(error, HasSubstr(c.expected)) << c.text;
+    const bool good = *c.topic != '\0';
+    ASSERT_EQ(tools::ParseMonitorEvent(c.text, m, error), good) << c.text << ": " << error;
+    if (!good) {
+      EXPECT_THAT(error, HasSubstr(c.payloadOrError)) << c.text;
+      continue;
+    }
+    EXPECT_EQ(m.peer, c.peer) << c.text;
+    EXPECT_EQ(m.topic, c.topic);
+    EXPECT_EQ(m.payload, c.payloadOrError);
+    EXPECT_EQ(m.latch, c.latch);
   }
+  // Signal and process status carry what the daemon's parsers read.
+  tools::MonitorMessage m;
+  std::string error;
+  ASSERT_TRUE(tools::ParseMonitorEvent("signal 2", m, error)) << error;
+  EXPECT_EQ(m.topic, topic::kHwmSignalStatus);
+  for (const char* part : {R"("Slot":2)", R"("Type":1)", R"("Status":1)"}) EXPECT_THAT(m.payload, HasSubstr(part));
+  ASSERT_TRUE(tools::ParseMonitorEvent("procs", m, error)) << error;
+  EXPECT_EQ(m.topic, topic::kHbProcsStatus);
+  for (const char* part : {R"("SystemStatus":"Okay")", R"("FpMeters":{)"}) EXPECT_THAT(m.payload, HasSubstr(part));
 }
 
 }  // namespace

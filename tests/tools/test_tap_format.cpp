@@ -1,5 +1,6 @@
 // The tap's views of what the daemon publishes: table rows of a document,
-// one-line gists, JSON lines, and per-topic statistics.
+// one-line gists, JSON lines, and per-topic statistics. The table and pretty
+// views of every stream kind are pinned by the reference pages' check.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,45 +25,22 @@ rapidjson::Document ParseDoc(const std::string& text) {
   return doc;
 }
 
-TEST(TableRows, ItemsScalarsArraysAndSections) {
-  const auto doc = ParseDoc(R"json({
-    "TS": 100, "IsAtmosPresent": true,
-    "StatusInfo": {"Title": "Status Information", "Data": 0, "Desc": "",
-                   "ExData": [{"Type": {"Title": "Type", "Data": 16, "Desc": "Dolby Digital Plus"},
-                               "Pair": {"Title": "Pair", "Data": 1, "Desc": "1"}}]},
-    "Programs": [[{"BitstreamInfo": {"Title": "Bitstream Info", "Data": 0, "Desc": "0",
-                                     "ExData": [{"Dialnorm": {"Title": "Dialnorm (in dB)", "Data": 27, "Desc": "27"}}]}}]],
-    "Streams": [],
-    "Two": {"ExData": [{"A": 1}, {"A": 2}]}
-  })json");
-  const auto rows = tap::TableRows(doc);
+// Items, sections and one-element ExData of real documents are pinned by the
+// reference pages; here the forms they do not show.
+TEST(TableRows, ScalarsEmptyArraysAndLongerExData) {
+  const auto doc = ParseDoc(R"({"IsAtmosPresent": true, "Streams": [], "Two": {"ExData": [{"A": 1}, {"A": 2}]}})");
   const std::vector<std::vector<std::string>> expected = {
-      {"TS", "", "100", ""},
       {"IsAtmosPresent", "", "true", ""},
-      {"StatusInfo", "Status Information", "0", ""},
-      {"StatusInfo.Type", "Type", "16", "Dolby Digital Plus"},
-      {"StatusInfo.Pair", "Pair", "1", "1"},
-      {"Programs[0][0].BitstreamInfo", "Bitstream Info", "0", "0"},
-      {"Programs[0][0].BitstreamInfo.Dialnorm", "Dialnorm (in dB)", "27", "27"},
       {"Streams", "", "[]", ""},
       {"Two.ExData[0].A", "", "1", ""},  // only a one-element ExData is folded away
       {"Two.ExData[1].A", "", "2", ""},
   };
+  const auto rows = tap::TableRows(doc);
   ASSERT_EQ(rows.size(), expected.size());
   for (std::size_t i = 0; i < rows.size(); ++i) {
     EXPECT_EQ((std::vector<std::string>{rows[i].key, rows[i].title, rows[i].data, rows[i].desc}), expected[i])
         << "row " << i;
   }
-}
-
-TEST(TableRows, FormatAlignsColumnsUnderTheirHeadings) {
-  const std::vector<tap::ItemRow> rows = {{"StatusInfo.Type", "Type", "16", "Dolby Digital Plus"},
-                                          {"TS", "", "100", ""}};
-  const std::string table = tap::FormatTable(rows);
-  EXPECT_EQ(table,
-            "KEY              TITLE  DATA  DESCRIPTION\n"
-            "StatusInfo.Type  Type   16    Dolby Digital Plus\n"
-            "TS                      100\n");
 }
 
 TEST(Gist, OfEachKindOfPayload) {
@@ -88,19 +66,10 @@ TEST(Gist, OfEachKindOfPayload) {
       {"Other", "plain", "plain"},
   };
   for (const auto& c : cases) EXPECT_EQ(tap::Gist({c.topic, c.payload, 0, 2}), c.gist) << c.topic;
-}
-
-TEST(Views, TableAndPrettyFollowTheSummaryLine) {
-  const tap::Message m{topic::kDolbyProcStatus, R"({"Status" : "Decoding", "Event" : ""})", 0, 2};
-  const std::string summary = tap::FormatMessage(m, tap::View::Summary);
-  EXPECT_THAT(summary, HasSubstr("DolbyProcStatus         Decoding\n"));
-  const std::string table = tap::FormatMessage(m, tap::View::Table);
-  EXPECT_EQ(table.substr(0, summary.size()), summary);
-  EXPECT_THAT(table, HasSubstr("\nStatus         Decoding\nEvent\n"));
-  EXPECT_THAT(tap::FormatMessage(m, tap::View::Pretty), HasSubstr("{\n  \"Status\": \"Decoding\",\n  \"Event\": \"\"\n}"));
+  // The table and pretty views of documents are pinned by the reference pages' check.
+  const tap::Message m{topic::kDolbyProcStatus, R"({"Status" : "Decoding", "Event" : ""})", 0, 3};
   EXPECT_THAT(tap::FormatMessage(m, tap::View::Raw), HasSubstr(m.payload + "\n"));
-  const tap::Message odd{"X", "{}", 0, 3};
-  EXPECT_THAT(tap::SummaryLine(odd), HasSubstr("[3 frames]"));
+  EXPECT_THAT(tap::SummaryLine(m), HasSubstr("DolbyProcStatus         Decoding  [3 frames]"));
 }
 
 // The decoder's texts reach the documents byte for byte: bytes that are not
