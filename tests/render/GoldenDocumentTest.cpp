@@ -15,6 +15,7 @@
 
 #include "RenderTestSupport.h"
 #include "scenario/Scenario.h"
+#include "schema/DocSchemas.h"
 
 namespace {
 
@@ -28,8 +29,15 @@ std::string ReadFile(const fs::path& path) {
   return text.str();
 }
 
-// Compares `text` (plus a final newline) with `path`, or writes it there.
-void Check(const fs::path& path, const std::string& text, bool regenerate) {
+// Compares `text` (plus a final newline) with `path`, or writes it there;
+// either way the document must satisfy its published JSON Schema.
+void Check(const fs::path& path, const std::string& text, bool regenerate, const char* schema) {
+  rapidjson::Document doc;
+  doc.Parse(text.c_str(), text.size());
+  tools::SchemaViolation violation;
+  if (!doc.HasParseError()) {
+    EXPECT_TRUE(tools::ValidateDocument(schema, doc, violation)) << path << ": " << tools::DescribeViolation(violation);
+  }
   if (regenerate) {
     std::ofstream(path, std::ios::binary) << text << '\n';
     return;
@@ -54,9 +62,9 @@ TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
     ASSERT_EQ(scenario.steps.size(), 1u);
     const kv_dolby_metadata_t& rec = scenario.steps[0].record;
     const fs::path stem = path.parent_path() / path.stem();
-    Check(stem.string() + ".status.json", Render(rec), regenerate);
+    Check(stem.string() + ".status.json", Render(rec), regenerate, "status");
     if (rec.mdType == DLB_PADC_UI_MD_TYPE_ED2) {
-      Check(stem.string() + ".presentation.json", RenderPa(rec, rec.atmosDecode != 0), regenerate);
+      Check(stem.string() + ".presentation.json", RenderPa(rec, rec.atmosDecode != 0), regenerate, "presentation");
     }
   }
   EXPECT_GE(cases, 10);
