@@ -340,17 +340,6 @@ class MetadataPublisherTest : public ::testing::Test {
   zsock_t* sub_ = nullptr;
 };
 
-TEST_F(MetadataPublisherTest, InitPubsBindsTheMetadataEndpoint) {
-  EXPECT_EQ(Init(2), "bind to ipc://dlbMetadataPub.ipc");
-  ASSERT_NE(pub_, nullptr);
-  EXPECT_EQ(pub_, cPubHandler::GetInstance());
-  EXPECT_NE(cPubHandler::mpLogger, nullptr);
-  EXPECT_TRUE(pub_->mbBoundOverIpc);
-  EXPECT_FALSE(pub_->mbBoundOverTcp);
-  EXPECT_EQ(pub_->mEndpoint, "dlbMetadataPub.ipc");
-  EXPECT_EQ(pub_->miSlot, 2);  // the raw-sender test sends through this binding
-}
-
 TEST_F(MetadataPublisherTest, FailedBindIsLoggedAndLeavesAnUnboundSocket) {
   const char* inNamespace = std::getenv("PLOVREST_IN_NETNS");
   if (inNamespace == nullptr || std::string(inNamespace) != "1") {
@@ -424,11 +413,14 @@ TEST_F(MetadataPublisherTest, RawSendersRejectEmptyInputAndReuseTheirFrames) {
   }
 }
 
-// The decoder-state message while the decoder is reported but the reader's
-// subscription to it is not connected (the reader is not started here).
-TEST_F(MetadataPublisherTest, StateWhileTheDecoderIsNotConnected) {
-  Init(2);
+// initPubs binds the metadata endpoint; the decoder-state message while the
+// decoder is reported but the reader's subscription to it is not connected
+// (the reader is not started here).
+TEST_F(MetadataPublisherTest, BindAndStateWhileTheDecoderIsNotConnected) {
+  EXPECT_EQ(Init(2), "bind to ipc://dlbMetadataPub.ipc");
   ASSERT_TRUE(Subscribe());
+  EXPECT_TRUE(pub_->mbBoundOverIpc && !pub_->mbBoundOverTcp);
+  EXPECT_EQ(pub_->miSlot, 2);
   cDlbStatusSubx reader;
   cJsonParseSysStatus::mbDolbyDecoderDetected = true;
   cDlbStatusSubx::miDecodingSource = 2;
