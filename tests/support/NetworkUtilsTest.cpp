@@ -32,11 +32,7 @@ void ExpectVerdict(Check check, bool valid, const std::string& message) {
 }
 
 TEST(NetworkUtils, AddressAndMaskText) {
-  const struct {
-    const char* text;
-    bool ip;
-    bool mask;
-  } cases[] = {
+  const struct { const char* text; bool ip, mask; } cases[] = {
       {"255.255.255.0", true, true},  {"0.0.0.0", true, true},         {"255.255.255.255", true, true},
       {"255.128.0.0", true, true},    {"255.255.255.254", true, true}, {"192.168.1.10", true, false},
       {"255.0.255.0", true, false},   {"255.255.255.1", true, false},  {"0.255.255.255", true, false},
@@ -56,12 +52,7 @@ TEST(NetworkUtils, AddressAndMaskText) {
 TEST(NetworkUtils, IpAddrAndMaskAreValid) {
   const std::string notMask24 = Hex(~GetUint32FromIpString("255.255.255.0"));
   const std::string net30 = Hex(GetUint32FromIpString("255.255.255.252"));
-  const struct {
-    const char* ip;
-    const char* mask;
-    bool valid;
-    std::string message;
-  } cases[] = {
+  const struct { const char* ip; const char* mask; bool valid; std::string message; } cases[] = {
       {"192.168.1.10", "255.255.255.0", true, ""},
       {"10.0.0", "255.0.0.0", false, ""},  // a bad IP is refused silently
       {"192.168.1.10", "255.0.255.0", false, "NET ERROR : The IP Mask (255.0.255.0) is invalid.\n"},
@@ -88,12 +79,7 @@ TEST(NetworkUtils, IpAddrAndMaskAreValid) {
 }
 
 TEST(NetworkUtils, GatewayIsValid) {
-  const struct {
-    const char* ip;
-    const char* gateway;
-    bool valid;
-    const char* message;
-  } cases[] = {
+  const struct { const char* ip; const char* gateway; bool valid; const char* message; } cases[] = {
       {"10.0.0.5", "10.0.0.1", true, ""},
       {"10.0.0.5", "10.0.1", false, "NET ERROR : The gateway address 10.0.1 is invalid.\n"},
       {"10.0.0.5", nullptr, false, "NET ERROR : The gateway address  is invalid.\n"},
