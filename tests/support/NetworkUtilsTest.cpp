@@ -1,7 +1,9 @@
-// Address text rules, mask and gateway checks with their messages, and the
-// string builders. Interface look-ups are in NetworkIfaceTest.cpp.
+// Address text rules, mask and gateway checks with their messages, the string
+// builders, and the interface look-ups through ioctl (inside the private
+// namespace, whose lo is up with 127.0.0.1 as its first address).
 
 #include <arpa/inet.h>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -30,11 +32,7 @@ void ExpectVerdict(Check check, bool valid, const std::string& message) {
 }
 
 TEST(NetworkUtils, AddressAndMaskText) {
-  const struct {
-    const char* text;
-    bool ip;
-    bool mask;
-  } cases[] = {
+  const struct { const char* text; bool ip, mask; } cases[] = {
       {"255.255.255.0", true, true},  {"0.0.0.0", true, true},         {"255.255.255.255", true, true},
       {"255.128.0.0", true, true},    {"255.255.255.254", true, true}, {"192.168.1.10", true, false},
       {"255.0.255.0", true, false},   {"255.255.255.1", true, false},  {"0.255.255.255", true, false},
@@ -54,12 +52,7 @@ TEST(NetworkUtils, AddressAndMaskText) {
 TEST(NetworkUtils, IpAddrAndMaskAreValid) {
   const std::string notMask24 = Hex(~GetUint32FromIpString("255.255.255.0"));
   const std::string net30 = Hex(GetUint32FromIpString("255.255.255.252"));
-  const struct {
-    const char* ip;
-    const char* mask;
-    bool valid;
-    std::string message;
-  } cases[] = {
+  const struct { const char* ip; const char* mask; bool valid; std::string message; } cases[] = {
       {"192.168.1.10", "255.255.255.0", true, ""},
       {"10.0.0", "255.0.0.0", false, ""},  // a bad IP is refused silently
       {"192.168.1.10", "255.0.255.0", false, "NET ERROR : The IP Mask (255.0.255.0) is invalid.\n"},
@@ -86,12 +79,7 @@ TEST(NetworkUtils, IpAddrAndMaskAreValid) {
 }
 
 TEST(NetworkUtils, GatewayIsValid) {
-  const struct {
-    const char* ip;
-    const char* gateway;
-    bool valid;
-    const char* message;
-  } cases[] = {
+  const struct { const char* ip; const char* gateway; bool valid; const char* message; } cases[] = {
       {"10.0.0.5", "10.0.0.1", true, ""},
       {"10.0.0.5", "10.0.1", false, "NET ERROR : The gateway address 10.0.1 is invalid.\n"},
       {"10.0.0.5", nullptr, false, "NET ERROR : The gateway address  is invalid.\n"},
@@ -139,6 +127,52 @@ TEST(NetworkUtils, Formatters) {
   const unsigned char bytes[6] = {0x00, 0x1b, 0xA0, 0xff, 0x09, 0x7e};
   EXPECT_EQ(GetMacStringFromBytes(mac, bytes), 17);
   EXPECT_STREQ(mac, "00:1b:a0:ff:09:7e");
+}
+
+// Runs every look-up on `name`; returns their results and what they printed.
+struct LookUps {
+  char address[16], endpoint[32], text[18];
+  unsigned char bytes[6];
+  int rc[4];
+  std::string printed;
+  explicit LookUps(const char* name) {
+    std::memset(address, 'x', sizeof(address));
+    std::memset(bytes, 0xAA, sizeof(bytes));
+    std::memset(text, 'x', sizeof(text));
+    testing::internal::CaptureStdout();
+    rc[0] = GetInterfaceAddressFromIoctl(name, address);
+    rc[1] = GetProcessMonitorSocketStringFromIoctl(name, endpoint);
+    rc[2] = GetMacBytesFromIoctl(bytes, name);
+    rc[3] = GetMacStringFromIoctl(text, name);
+    printed = testing::internal::GetCapturedStdout();
+  }
+  bool ZeroMac() const { return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, 5) == 0; }
+};
+
+TEST(NetworkIface, LoopbackLookUps) {
+  const LookUps lo("lo");
+  EXPECT_THAT(lo.rc, testing::Each(0));
+  EXPECT_EQ(lo.printed, "");
+  EXPECT_STREQ(lo.address, "127.0.0.1");
+  EXPECT_STREQ(lo.endpoint, "tcp://127.0.0.1:9989");
+  EXPECT_TRUE(lo.ZeroMac());  // loopback has no hardware address
+  EXPECT_STREQ(lo.text, "00:00:00:00:00:00");
+}
+
+TEST(NetworkIface, UnknownInterfaceFailsWithZeroedResults) {
+  for (const char* name : {"nosuch0", "", "a-name-much-longer-than-an-interface-name-can-be"}) {
+    SCOPED_TRACE(name);
+    const LookUps none(name);
+    EXPECT_THAT(none.rc, testing::Each(1));
+    EXPECT_EQ(none.printed,
+              "NET ERROR :  - getting link local IP address.\n"
+              "NET ERROR :  - getting link local IP address.\n"
+              "NET ERROR : Unable to get mac address from ioctl.\n"
+              "NET ERROR : Unable to get mac address from ioctl.\n");
+    EXPECT_STREQ(none.address, "0.0.0.0");
+    EXPECT_TRUE(none.ZeroMac());
+    EXPECT_EQ(std::string(none.text, sizeof(none.text)), std::string(sizeof(none.text), '\0'));
+  }
 }
 
 }  // namespace
