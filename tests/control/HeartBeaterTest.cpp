@@ -1,6 +1,7 @@
 // Heartbeat client: its record, and what it sends to a stand-in collector on
 // the fixed endpoints. Runs inside the private namespace (169.254.2.2 on lo,
 // private /run/shm/mq).
+#include "Captured.h"
 #include "HeartBeater.h"
 
 #include <czmq.h>
@@ -22,16 +23,6 @@ const std::string kTcp = "tcp://169.254.2.2:10000";
 const std::string kIpc = "ipc:///run/shm/mq/hbMonPullMq.ipc";
 const Frames kReboot{"HbFwdAppCmd", R"({"Command":9})"};
 
-// Runs `f` with stdout and stderr captured; returns them (the logger prints
-// Info and Debug on stdout, Warn and above on stderr).
-template <typename F>
-std::pair<std::string, std::string> Captured(F f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  std::string out = testing::internal::GetCapturedStdout();
-  return {out, testing::internal::GetCapturedStderr()};
-}
 
 // The client logging at every level, and one collector bound on both
 // endpoints the client may connect to.

@@ -18,6 +18,7 @@
 #include <utility>
 #include <vector>
 
+#include "Captured.h"
 #include "Logger.h"
 
 namespace {
@@ -84,15 +85,6 @@ int CallLevel(Logger* logger, MsgLevel_e level, const char* fmt, Args... args) {
   }
 }
 
-// Runs `f` with stdout and stderr captured; returns them.
-template <typename F>
-std::pair<std::string, std::string> Captured(F f) {
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  f();
-  std::string out = testing::internal::GetCapturedStdout();
-  return {out, testing::internal::GetCapturedStderr()};
-}
 
 // Every test gets a newly built instance at level DEBUG, console on. The name
 // is set as start-up does: a bounded print of 7 bytes keeps six characters.
