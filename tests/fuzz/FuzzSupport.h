@@ -13,6 +13,9 @@
 
 #include "MetadataJson.h"
 #include "Record/DolbyMetadataRecord.h"
+#ifdef FUZZ_WITH_SCHEMA
+#include "schema/DocSchemas.h"
+#endif
 
 namespace fuzz {
 
@@ -46,8 +49,10 @@ inline bool HoldsNonFinite(const rapidjson::Value& v) {
 
 // The renderer's text holds no NUL and is a JSON object, or, when the
 // document holds a NaN or an infinity, ends exactly where that number stands
-// (after ':', '[' or ','). Returns the parsed text (an empty object when cut).
-inline void CheckRendered(cMetadataJson& renderer, rapidjson::Document& parsed) {
+// (after ':', '[' or ','); a whole text satisfies the published JSON Schema
+// `schema` (docs/schema) when the tools are built. Returns the parsed text (an
+// empty object when cut).
+inline void CheckRendered(cMetadataJson& renderer, rapidjson::Document& parsed, const char* schema) {
   const std::string text(renderer.GetString(), renderer.GetSize());
   Require(std::strlen(renderer.GetString()) == text.size(), "no NUL inside the text", text);
   parsed.Parse(text.c_str(), text.size());
@@ -57,6 +62,13 @@ inline void CheckRendered(cMetadataJson& renderer, rapidjson::Document& parsed) 
     parsed.SetObject();
   } else {
     Require(!parsed.HasParseError() && parsed.IsObject(), "text is a JSON object", text);
+#ifdef FUZZ_WITH_SCHEMA
+    tools::SchemaViolation v;
+    Require(tools::ValidateDocument(schema, parsed, v), "valid against its schema",
+            tools::DescribeViolation(v) + "\n" + text);
+#else
+    (void)schema;
+#endif
   }
 }
 

@@ -1,7 +1,7 @@
 // ED2 records through both renderers. The first byte steers: bit 0 is the
 // objects switch, bit 1 keeps the record's own typeId/mdType (otherwise ED2);
-// the rest is the record. Both texts obey the rendering rule and the lists
-// stay within what the record has room for.
+// the rest is the record. Both texts obey the rendering rule and their JSON
+// Schemas, and the lists stay within what the record has room for.
 
 #include "FuzzSupport.h"
 #include "MetadataJsonPaData.h"
@@ -20,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Require(status != nullptr && pa != nullptr, "renderers exist");
   rapidjson::Document parsed;
   status->PrepareMetadataJson(rec, 1700000000);
-  fuzz::CheckRendered(*status, parsed);
+  fuzz::CheckRendered(*status, parsed, "status");
   const rapidjson::Value& info = fuzz::At(parsed, "StatusInfo");
   if (rec.typeId == stream_type::kEd2 && info.IsObject()) {
     fuzz::Require(fuzz::SizeOf(fuzz::At(info, "ExData")) ==
@@ -29,7 +29,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
 
   fuzz::Require(pa->PreparePaMetadataJson(rec, (data[0] & 1) != 0, 1700000000) == 1, "PA renders");
-  fuzz::CheckRendered(*pa, parsed);
+  fuzz::CheckRendered(*pa, parsed, "presentation");
   if (rec.mdType != DLB_PADC_UI_MD_TYPE_ED2) {
     fuzz::Require(std::string(pa->GetString()) == "{}", "no PA document for other records");
     return 0;

@@ -1,6 +1,7 @@
 // Any bytes as a decoder record (zero-padded to a whole record) through the
 // status document renderer: the text obeys the rendering rule, nothing is read
-// outside the record (ASan), and AC-4 lists hold what the counts say.
+// outside the record (ASan), the document satisfies its JSON Schema, and AC-4
+// lists hold what the counts say.
 
 #include "FuzzSupport.h"
 #include "PADMetadataJsonDecStatus.h"
@@ -12,7 +13,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzz::Require(renderer != nullptr && renderer->PrepareMetadataJson(rec, 1700000000),
                 "the record renders");
   rapidjson::Document parsed;
-  fuzz::CheckRendered(*renderer, parsed);
+  fuzz::CheckRendered(*renderer, parsed, "status");
   // AC-4 lists hold what the counts say, up to the record's 16 and 64 slots.
   const rapidjson::Value& info = fuzz::At(parsed, "StatusInfo");
   if (rec.typeId == stream_type::kAc4 && info.IsObject()) {
