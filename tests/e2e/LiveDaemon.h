@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <fstream>
 #include <memory>
 #include <regex>
 #include <string>
@@ -13,6 +14,9 @@
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "RecordFactory.h"
+#include "Render/MetadataJsonPaData.h"
+#include "Render/PADMetadataJsonDecStatus.h"
+#include "scenario/Scenario.h"
 #include "schema/DocSchemas.h"
 #include "tap/DocCheck.h"
 
@@ -40,6 +44,38 @@ inline bool IsTopic(const Message& m, const char* name) { return m.topic == name
 inline std::string WithoutTs(const std::string& doc) {
   static const std::regex ts("^\\{\"TS\":[0-9]+,?");
   return std::regex_replace(doc, ts, "{");
+}
+
+// The status document and the ED2 presentation document of rec as the
+// daemon's renderers make them, without "TS".
+inline std::string Rendered(const kv_dolby_metadata_t& rec) {
+  cPADMetadataJsonDecStatus::GetInstance()->PrepareMetadataJson(rec, 0);
+  return WithoutTs(cPADMetadataJsonDecStatus::GetInstance()->GetString());
+}
+inline std::string RenderedPa(const kv_dolby_metadata_t& rec) {
+  cMetadataJsonPaData::GetInstance()->PreparePaMetadataJson(rec, rec.atmosDecode != 0, 0);
+  return WithoutTs(cMetadataJsonPaData::GetInstance()->GetString());
+}
+
+// The record of a golden case (tests/golden/<name>.json) and its expected
+// status and (ED2) presentation documents, without "TS" or final newline.
+struct Golden {
+  kv_dolby_metadata_t rec{};
+  std::string status, presentation;
+};
+inline Golden LoadGolden(const std::string& name) {
+  Golden golden;
+  tools::Scenario scenario;
+  std::string error;
+  const std::string stem = std::string(GOLDEN_DIR) + "/" + name;
+  EXPECT_TRUE(tools::LoadScenarioFile(stem + ".json", scenario, error)) << error;
+  if (!scenario.steps.empty()) golden.rec = scenario.steps[0].record;
+  for (auto [suffix, doc] : {std::pair{".status.json", &golden.status}, {".presentation.json", &golden.presentation}}) {
+    std::ifstream in(stem + suffix);
+    std::getline(in, *doc);
+    *doc = WithoutTs(*doc);
+  }
+  return golden;
 }
 
 class LiveDaemon : public testing::Test {

@@ -5,56 +5,26 @@
 #include <gmock/gmock.h>
 
 #include "LiveDaemon.h"
-#include "Render/MetadataJsonPaData.h"
-#include "Render/PADMetadataJsonDecStatus.h"
 
 namespace e2e {
 namespace {
 
+// Two presentations with beds, objects and bed sources; the second is active.
 std::unique_ptr<kv_dolby_metadata_t> Ed2Record(uint32_t statusUpdate) {
-  auto rec = NewRecord(stream_type::kEd2, DLB_PADC_UI_MD_TYPE_ED2);
-  rec->atmosDecode = 1;
+  auto rec = std::make_unique<kv_dolby_metadata_t>(LoadGolden("ed2-presentations").rec);
   rec->ed2StatusUpdate = statusUpdate;
-  rec->ed2Misalignment = -3;
-  auto& ed2 = rec->md.ed2;
-  ed2.atmosPresent = 1;
-  ed2.frameRate = 2500;
-  ed2.bedObjectCount = 1;
-  ed2.dynamicObjectCount = 2;
-  ed2.bedObjects[0].speakerPresent[0] = ed2.bedObjects[0].speakerPresent[1] = 1;
-  ed2.bedObjects[0].numSources = 2;
-  ed2.dynamicObjects[1].objectClass = 1;
-  ed2.dynamicObjects[1].position[0][0] = 0.75f;
-  ed2.presentationCount = 2;
-  std::strcpy(ed2.presentations[0].name, "Stadium");
-  std::strcpy(ed2.presentations[1].name, "Commentary");
-  ed2.presentations[0].bedIncluded[0] = 1;
-  ed2.presentations[0].objectIncluded[1] = 1;
   return rec;
-}
-
-std::string RenderedPa(const kv_dolby_metadata_t& rec) {
-  auto* renderer = cMetadataJsonPaData::GetInstance();
-  renderer->PreparePaMetadataJson(rec, rec.atmosDecode != 0, 0);
-  return WithoutTs(renderer->GetString());
-}
-
-std::string RenderedStatus(const kv_dolby_metadata_t& rec) {
-  auto* renderer = cPADMetadataJsonDecStatus::GetInstance();
-  renderer->PrepareMetadataJson(rec, 0);
-  return WithoutTs(renderer->GetString());
 }
 
 TEST_F(LiveDaemon, Ed2RecordPublishesStatusThenPresentationDocument) {
   ZoomOn();
-  auto rec = Ed2Record(1);
-  auto status = PublishUntilDocument(*rec);
+  const Golden golden = LoadGolden("ed2-presentations");
+  auto status = PublishUntilDocument(golden.rec);
   ASSERT_TRUE(status.has_value());
-  EXPECT_EQ(WithoutTs(status->payload), RenderedStatus(*rec));
+  EXPECT_EQ(WithoutTs(status->payload), golden.status);
   auto pa = Next(wire::kDolbyPAData);
   ASSERT_TRUE(pa.has_value());
-  EXPECT_EQ(WithoutTs(pa->payload), RenderedPa(*rec));
-  EXPECT_THAT(pa->payload, testing::HasSubstr("\"ActivePAName\":\"Stadium\""));
+  EXPECT_EQ(WithoutTs(pa->payload), golden.presentation);
 }
 
 TEST_F(LiveDaemon, Ed2RecordWithoutStatusUpdateRefreshesOnlyThePresentationDocument) {
@@ -65,14 +35,14 @@ TEST_F(LiveDaemon, Ed2RecordWithoutStatusUpdateRefreshesOnlyThePresentationDocum
   Drain(Ms(50));
 
   auto quiet = Ed2Record(0);
-  quiet->activePaNo = 1;
+  quiet->activePaNo = 0;
   SendRecord(*quiet);
   auto next = harness::ReceiveUntil(peers->out, Ms(3000), [](const Message& m) {
     return m.topic == wire::kDolbyMetadataGrp || m.topic == wire::kDolbyPAData;
   });
   ASSERT_TRUE(next.has_value());
   EXPECT_EQ(next->topic, wire::kDolbyPAData);
-  EXPECT_THAT(next->payload, testing::HasSubstr("\"ActivePANo\":1,\"ActivePAName\":\"Commentary\""));
+  EXPECT_THAT(next->payload, testing::HasSubstr("\"ActivePANo\":0,\"ActivePAName\":\"Main\""));
 
   // A status update renders the status document again.
   auto changed = Ed2Record(1);
@@ -100,7 +70,7 @@ TEST_F(LiveDaemon, NewVideoLinesReRenderAtOnceAndAreReportedOnStdout) {
   ASSERT_TRUE(PublishUntilDocument(*before).has_value());
   auto rec = Ed2Record(1);
   auto ed2Doc = harness::SendUntil([&] { SendRecord(*rec); }, peers->out, Ms(8000), [&](const Message& m) {
-    return m.topic == wire::kDolbyMetadataGrp && WithoutTs(m.payload) == RenderedStatus(*rec);
+    return m.topic == wire::kDolbyMetadataGrp && WithoutTs(m.payload) == Rendered(*rec);
   });
   ASSERT_TRUE(ed2Doc.has_value());
   Drain(Ms(50));

@@ -19,7 +19,6 @@
 #include "Logger.h"
 #include "MqEndpointText.h"
 #include "MqEndpoints.h"
-#include "Render/PADMetadataJsonDecStatus.h"
 
 namespace e2e {
 namespace {
@@ -34,12 +33,6 @@ std::unique_ptr<kv_dolby_metadata_t> Ddp() {
   rec->md.ddp.acmod = 7;
   rec->md.ddp.datarate = 640;
   return rec;
-}
-
-std::string Rendered(const kv_dolby_metadata_t& rec) {
-  auto* renderer = cPADMetadataJsonDecStatus::GetInstance();
-  renderer->PrepareMetadataJson(rec, 0);
-  return WithoutTs(renderer->GetString());
 }
 
 // A sanitizer's report on the daemon's standard error.
