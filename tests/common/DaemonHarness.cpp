@@ -5,8 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstdlib>
-#include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -17,6 +16,19 @@
 namespace harness {
 
 namespace {
+
+using Clock = std::chrono::steady_clock;
+
+// Polls `done` every `step` until it holds (true) or `timeout` has passed (false).
+template <typename F>
+bool PollUntil(F done, Ms timeout, Ms step) {
+  const auto deadline = Clock::now() + timeout;
+  while (!done()) {
+    if (Clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(step);
+  }
+  return true;
+}
 
 std::string ReadFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -30,6 +42,12 @@ std::string Ipc(const char* name) { return std::string("ipc://") + mq::kIpcDir +
 std::string Tcp(const char* address, unsigned port) {
   return std::string("tcp://") + address + ":" + std::to_string(port);
 }
+
+std::string FrameText(zframe_t* frame) {
+  return frame ? std::string(reinterpret_cast<const char*>(zframe_data(frame)), zframe_size(frame)) : "";
+}
+
+std::function<void(const Message&)> gReceiveCheck;
 
 }  // namespace
 
@@ -54,15 +72,11 @@ void WriteText(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
 }
 
-DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::string& binary) {
-  mDir = MakeTempDir();
-  const std::string path = binary.empty() ? DaemonPath() : binary;
-  std::vector<std::string> argvStore;
-  argvStore.push_back(path);
+DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::string& binary)
+    : mDir(MakeTempDir()) {
+  std::vector<std::string> argvStore{binary.empty() ? DaemonPath() : binary};
   argvStore.insert(argvStore.end(), args.begin(), args.end());
-
-  const std::string outPath = mDir + "/stdout";
-  const std::string errPath = mDir + "/stderr";
+  const std::string outPath = mDir + "/stdout", errPath = mDir + "/stderr";
   // A signal sent before the child has exec'd must act as on the daemon before
   // it installs its handlers, not run this process's handlers (CZMQ's would
   // swallow SIGTERM): signals stay blocked until the child has reset them.
@@ -75,17 +89,17 @@ DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::st
   if (mPid == 0) {
     for (int sig = 1; sig < NSIG; ++sig) signal(sig, SIG_DFL);
     sigprocmask(SIG_SETMASK, &previous, nullptr);
+    const int in = open("/dev/null", O_RDONLY);
     const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
     const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const int in = open("/dev/null", O_RDONLY);
-    if (out < 0 || err < 0 || in < 0) _exit(127);
+    if (in < 0 || out < 0 || err < 0) _exit(127);
     dup2(in, 0);
     dup2(out, 1);
     dup2(err, 2);
     std::vector<char*> argv;
     for (auto& a : argvStore) argv.push_back(a.data());
     argv.push_back(nullptr);
-    execv(path.c_str(), argv.data());
+    execv(argv[0], argv.data());
     _exit(127);
   }
 }
@@ -95,9 +109,8 @@ DaemonProcess::~DaemonProcess() {
     kill(mPid, SIGKILL);
     WaitExit(Ms(5000));
   }
-  std::remove((mDir + "/stdout").c_str());
-  std::remove((mDir + "/stderr").c_str());
-  rmdir(mDir.c_str());
+  std::error_code ignored;
+  std::filesystem::remove_all(mDir, ignored);
 }
 
 void DaemonProcess::Signal(int sig) const {
@@ -105,18 +118,12 @@ void DaemonProcess::Signal(int sig) const {
 }
 
 bool DaemonProcess::Running() {
-  if (mbReaped || mPid <= 0) return false;
-  const pid_t r = waitpid(mPid, &mStatus, WNOHANG);
-  if (r == mPid) mbReaped = true;
-  return !mbReaped;
+  if (!mbReaped && mPid > 0 && waitpid(mPid, &mStatus, WNOHANG) == mPid) mbReaped = true;
+  return !mbReaped && mPid > 0;
 }
 
 std::optional<int> DaemonProcess::WaitExit(Ms timeout) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  while (Running()) {
-    if (std::chrono::steady_clock::now() >= deadline) return std::nullopt;
-    std::this_thread::sleep_for(Ms(2));
-  }
+  if (!PollUntil([this] { return !Running(); }, timeout, Ms(2))) return std::nullopt;
   if (WIFEXITED(mStatus)) return WEXITSTATUS(mStatus);
   if (WIFSIGNALED(mStatus)) return -WTERMSIG(mStatus);
   return std::nullopt;
@@ -125,61 +132,32 @@ std::optional<int> DaemonProcess::WaitExit(Ms timeout) {
 std::string DaemonProcess::Stdout() const { return ReadFile(mDir + "/stdout"); }
 std::string DaemonProcess::Stderr() const { return ReadFile(mDir + "/stderr"); }
 
-namespace {
-
-bool WaitForText(const std::function<std::string()>& read, const std::string& needle, Ms timeout) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  do {
-    if (read().find(needle) != std::string::npos) return true;
-    std::this_thread::sleep_for(Ms(10));
-  } while (std::chrono::steady_clock::now() < deadline);
-  return false;
-}
-
-}  // namespace
-
-zsock_t* BindWithRetry(zsock_t* (*make)(const char*), const std::string& endpoint) {
-  const auto deadline = std::chrono::steady_clock::now() + Ms(5000);
-  for (;;) {
-    if (zsock_t* sock = make(("@" + endpoint).c_str())) return sock;
-    if (std::chrono::steady_clock::now() >= deadline) return nullptr;
-    std::this_thread::sleep_for(Ms(20));
-  }
-}
-
 bool DaemonProcess::WaitForStdout(const std::string& needle, Ms timeout) const {
-  return WaitForText([this] { return Stdout(); }, needle, timeout);
+  return PollUntil([&] { return Stdout().find(needle) != std::string::npos; }, timeout, Ms(10));
 }
 
 bool DaemonProcess::WaitForStderr(const std::string& needle, Ms timeout) const {
-  return WaitForText([this] { return Stderr(); }, needle, timeout);
+  return PollUntil([&] { return Stderr().find(needle) != std::string::npos; }, timeout, Ms(10));
 }
 
-namespace {
-std::function<void(const Message&)> gReceiveCheck;
-}  // namespace
+zsock_t* BindWithRetry(zsock_t* (*make)(const char*), const std::string& endpoint) {
+  zsock_t* sock = nullptr;
+  PollUntil([&] { return (sock = make(("@" + endpoint).c_str())) != nullptr; }, Ms(5000), Ms(20));
+  return sock;
+}
 
 void SetReceiveCheck(std::function<void(const Message&)> check) { gReceiveCheck = std::move(check); }
 
 std::optional<Message> Receive(zsock_t* sock, Ms timeout) {
   zpoller_t* poller = zpoller_new(sock, nullptr);
-  void* ready = zpoller_wait(poller, static_cast<int>(timeout.count()));
+  const bool ready = zpoller_wait(poller, static_cast<int>(timeout.count())) != nullptr;
   zpoller_destroy(&poller);
-  if (ready == nullptr) return std::nullopt;
-  zmsg_t* msg = zmsg_recv(sock);
+  zmsg_t* msg = ready ? zmsg_recv(sock) : nullptr;
   if (msg == nullptr) return std::nullopt;
   Message m;
   m.frames = static_cast<int>(zmsg_size(msg));
-  zframe_t* first = zmsg_pop(msg);
-  zframe_t* second = zmsg_pop(msg);
-  if (first != nullptr) {
-    m.topic.assign(reinterpret_cast<const char*>(zframe_data(first)), zframe_size(first));
-  }
-  if (second != nullptr) {
-    m.payload.assign(reinterpret_cast<const char*>(zframe_data(second)), zframe_size(second));
-  }
-  zframe_destroy(&first);
-  zframe_destroy(&second);
+  m.topic = FrameText(zmsg_first(msg));
+  m.payload = FrameText(zmsg_next(msg));
   zmsg_destroy(&msg);
   if (gReceiveCheck) gReceiveCheck(m);
   return m;
@@ -187,13 +165,12 @@ std::optional<Message> Receive(zsock_t* sock, Ms timeout) {
 
 std::optional<Message> ReceiveUntil(zsock_t* sock, Ms timeout,
                                     const std::function<bool(const Message&)>& pred) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  const auto deadline = Clock::now() + timeout;
   for (;;) {
-    const auto left = std::chrono::duration_cast<Ms>(deadline - std::chrono::steady_clock::now());
+    const auto left = std::chrono::duration_cast<Ms>(deadline - Clock::now());
     if (left.count() <= 0) return std::nullopt;
     auto m = Receive(sock, left);
-    if (!m) return std::nullopt;
-    if (pred(*m)) return m;
+    if (!m || pred(*m)) return m;
   }
 }
 
@@ -210,8 +187,8 @@ void SendBytes(zsock_t* sock, const std::string& topic, const void* data, size_t
 
 std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub, Ms timeout,
                                  const std::function<bool(const Message&)>& pred, Ms period) {
-  const auto deadline = std::chrono::steady_clock::now() + timeout;
-  while (std::chrono::steady_clock::now() < deadline) {
+  const auto deadline = Clock::now() + timeout;
+  while (Clock::now() < deadline) {
     send();
     if (auto m = ReceiveUntil(sub, period, pred)) return m;
   }
@@ -232,9 +209,7 @@ Peers::Peers() {
 }
 
 Peers::~Peers() {
-  for (zsock_t** s : {&decoder, &hwm, &hbMon, &appServer, &logSink, &hbCollector, &out}) {
-    zsock_destroy(s);
-  }
+  for (zsock_t** s : {&decoder, &hwm, &hbMon, &appServer, &logSink, &hbCollector, &out}) zsock_destroy(s);
 }
 
 std::string StateText(const std::string& status, const std::string& event) {

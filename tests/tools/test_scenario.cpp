@@ -1,8 +1,5 @@
-// The scenario library: the record encoder refuses bad descriptions with the
-// field's path and the read-back names the fields (that any record's
-// read-back rebuilds it byte for byte is the record_file fuzz target's check,
-// over its corpus); scenario files build steps on one another, time monitor
-// events, and refuse bad files and event texts with the place of the fault.
+// The scenario library: record encoder and read-back (the round trip of any
+// record is the record_file fuzz target's check), scenario files, monitor events.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -24,33 +21,20 @@ using tools::ApplyRecordFields;
 using tools::EmptyRecord;
 using ::testing::HasSubstr;
 
-kv_dolby_metadata_t Encode(const std::string& json) {
+// Applies a record description to `rec`; returns the encoder's error, "" when accepted.
+std::string Apply(const std::string& json, kv_dolby_metadata_t& rec) {
   rapidjson::Document doc;
   std::string error;
   EXPECT_TRUE(tools::ParseJsonText(json, doc, error)) << error;
-  kv_dolby_metadata_t rec = EmptyRecord();
-  EXPECT_TRUE(ApplyRecordFields(doc, "record", rec, error)) << error;
-  return rec;
-}
-
-std::string EncodeError(const std::string& json) {
-  rapidjson::Document doc;
-  std::string error;
-  EXPECT_TRUE(tools::ParseJsonText(json, doc, error)) << error;
-  kv_dolby_metadata_t rec = EmptyRecord();
-  EXPECT_FALSE(ApplyRecordFields(doc, "record", rec, error)) << json;
-  return error;
+  return ApplyRecordFields(doc, "record", rec, error) ? "" : error;
 }
 
 // Fields land where the renderers read them: the golden documents
 // (tests/golden) are rendered from records this encoder builds.
-
 TEST(Encoder, TextClearsTheRestOfItsFieldAndIntegersTheirWidthOnly) {
-  kv_dolby_metadata_t rec = Encode(R"({"dolbye":{"programConfig":"a long configuration","bitDepth":16}})");
-  std::string error;
-  rapidjson::Document shorter;
-  ASSERT_TRUE(tools::ParseJsonText(R"({"dolbye":{"programConfig":"2+2","frameRate":65535}})", shorter, error));
-  ASSERT_TRUE(ApplyRecordFields(shorter, "record", rec, error)) << error;
+  kv_dolby_metadata_t rec = EmptyRecord();
+  ASSERT_EQ(Apply(R"({"dolbye":{"programConfig":"a long configuration","bitDepth":16}})", rec), "");
+  ASSERT_EQ(Apply(R"({"dolbye":{"programConfig":"2+2","frameRate":65535}})", rec), "");
   EXPECT_STREQ(rec.md.dolbye.programConfig, "2+2");
   for (std::size_t i = 3; i < sizeof rec.md.dolbye.programConfig; ++i) EXPECT_EQ(rec.md.dolbye.programConfig[i], 0);
   EXPECT_EQ(rec.md.dolbye.frameRate, 65535);
@@ -87,7 +71,10 @@ TEST(Encoder, RefusesBadFieldsNamingThePath) {
     {R"({"raw":[{"offset":0,"hex":"abc"}]})", "record.raw[0].hex: odd number"},
     {R"({"raw":[{"offset":0,"bytes":"ab"}]})", "record.raw[0].bytes: unknown field"},
   };
-  for (const auto& c : cases) EXPECT_THAT(EncodeError(c.json), HasSubstr(c.expected));
+  for (const auto& c : cases) {
+    kv_dolby_metadata_t rec = EmptyRecord();
+    EXPECT_THAT(Apply(c.json, rec), HasSubstr(c.expected));
+  }
 }
 
 // ---- read-back
@@ -106,12 +93,6 @@ TEST(ReadBack, GivesTheFieldsOfTheSelectedBlockByName) {
             R"({"protoVer":19,"typeId":24,"mdType":3,"ac4":{"presentationCount":2,)"
             R"("presentations":[null,{"dialogGain":0.1,"meGain":-3.4028235e38}],)"
             R"("substreams":[null,null,{"channelConfig":"5.1"}]}})");
-  rapidjson::Document reparsed;
-  std::string error;
-  ASSERT_TRUE(tools::ParseJsonText(tools::CompactJson(doc), reparsed, error)) << error;
-  kv_dolby_metadata_t rebuilt = EmptyRecord();
-  ASSERT_TRUE(ApplyRecordFields(reparsed, "record", rebuilt, error)) << error;
-  EXPECT_EQ(std::memcmp(&rebuilt, &rec, sizeof rec), 0);
 }
 
 // Every step of every built-in scenario survives read-back and re-encoding.
@@ -130,20 +111,6 @@ TEST(BuiltinScenarios, EveryStepRoundTrips) {
       ASSERT_TRUE(ApplyRecordFields(description, "record", rebuilt, error)) << error;
       EXPECT_EQ(std::memcmp(&rebuilt, &scenario.steps[i].record, sizeof rebuilt), 0) << name << " step " << i;
     }
-  }
-}
-
-// The sample files on disk are the built-ins: loading either gives the same records.
-TEST(BuiltinScenarios, MatchTheSampleFiles) {
-  for (const auto& name : tools::BuiltinScenarioNames()) {
-    tools::Scenario fromFile, builtin;
-    std::string error;
-    ASSERT_TRUE(tools::LoadScenarioFile(std::string(TOOLS_SCENARIO_DIR) + "/" + name + ".json", fromFile, error))
-        << error;
-    ASSERT_TRUE(tools::LoadBuiltinScenario(name, builtin, error)) << error;
-    ASSERT_EQ(fromFile.steps.size(), builtin.steps.size()) << name;
-    for (std::size_t i = 0; i < builtin.steps.size(); ++i)
-      EXPECT_EQ(std::memcmp(&fromFile.steps[i].record, &builtin.steps[i].record, sizeof(kv_dolby_metadata_t)), 0);
   }
 }
 
@@ -221,14 +188,12 @@ TEST(Scenario, BadFilesSayWhere) {
     {"[1]", "a scenario is a JSON object, found an array"},
     {R"({"record":{},"loop":true})", "loop: unknown field"},
     {R"({"description":"x"})", "give either \"record\" or \"steps\""},
-    {R"({"record":{},"steps":[{}]})", "give either \"record\" or \"steps\""},
     {R"({"record":{"ddp":{"dialnrom":3}}})", "record.ddp.dialnrom: unknown field (did you mean \"dialnorm\"?)"},
     {R"({"steps":[{},{"record":{"ac4":{"presentations":[{"level":300}]}}}]})",
      "steps[1].record.ac4.presentations[0].level: 300 is out of range"},
     {R"({"steps":[]})", "steps: expected a non-empty array"},
     {R"({"steps":[{"wait":3}]})", "steps[0].wait: unknown field"},
     {R"({"steps":[{"hold":0}]})", "steps[0].hold: expected a number of seconds above 0"},
-    {R"({"steps":[{"hold":-1}]})", "steps[0].hold: expected a number of seconds"},
     {R"({"steps":[{"use":"mp3"}]})", "steps[0].use: no built-in scenario \"mp3\""},
     {R"({"steps":[{"use":"ddp","reset":true}]})", "\"use\" and \"reset\" exclude each other"},
     {R"({"steps":[{"reset":1}]})", "steps[0].reset: expected true or false"},
