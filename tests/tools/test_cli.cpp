@@ -25,48 +25,42 @@ constexpr int kBadFile = 5;
 // Bad arguments are refused naming the option, with nothing on stdout; help
 // and the list of built-in scenarios go to stdout with status 0.
 TEST(Cli, BadArgumentsAndHelp) {
-  const struct {
-    const char* name;
-    const char* binary;
-    std::vector<std::string> args;
-    const char* expected;
-  } calls[] = {
-    {"SimUnknownOption", PLOVREST_SIM_PATH, {"--speed", "3"}, "unknown option '--speed'"},
-    {"SimStrayArgument", PLOVREST_SIM_PATH, {"ddp"}, "unexpected argument 'ddp'"},
-    {"SimRateNotNumber", PLOVREST_SIM_PATH, {"--rate", "fast"}, "--rate: 'fast' is not a number"},
-    {"SimRateRange", PLOVREST_SIM_PATH, {"--rate=0"}, "--rate: 0 is out of range (0.1 to 1000)"},
-    {"SimMissingValue", PLOVREST_SIM_PATH, {"--duration"}, "option --duration needs a value"},
-    {"SimCount", PLOVREST_SIM_PATH, {"--count", "-4"}, "--count: -4 is out of range"},
-    {"SimAtWithoutTime", PLOVREST_SIM_PATH, {"--at", "zoom on"}, "--at: expected SECONDS:EVENT"},
-    {"SimAtBadEvent", PLOVREST_SIM_PATH, {"--at", "3:warp"}, "--at: 'warp': unknown event"},
-    {"SimUnknownScenario", PLOVREST_SIM_PATH, {"--scenario", "mp3"}, "--scenario: no built-in scenario \"mp3\""},
-    {"SimBothScenarios", PLOVREST_SIM_PATH, {"--scenario", "ddp", "--scenario-file", "x.json"}, "exclude each other"},
-    {"SimStepWithoutFile", PLOVREST_SIM_PATH, {"--step", "2"}, "--step: only with --write-record"},
-    {"SimStepPastTheEnd", PLOVREST_SIM_PATH, {"--scenario", "flip", "--show-record", "--step", "3"},
-     "--step: 3 is past the last step of 'flip' (2)"},
-    {"SimEventsWithoutMonitors", PLOVREST_SIM_PATH, {"--no-monitors", "--zoom", "on"}, "--zoom: the monitors are off"},
-    {"SimRateWithoutDecoder", PLOVREST_SIM_PATH, {"--no-decoder", "--rate", "5"}, "--rate: the decoder is off"},
-    {"SimNothingToPlay", PLOVREST_SIM_PATH, {"--no-decoder", "--no-monitors"}, "nothing is left to play"},
-    {"SimEndpointPeer", PLOVREST_SIM_PATH, {"--endpoint", "daemon=tcp://127.0.0.1:1"}, "--endpoint: 'daemon' is not one of"},
-    {"SimReplayAndScenario", PLOVREST_SIM_PATH, {"--replay", "x.cap", "--scenario", "ddp"}, "--scenario: not with --replay"},
-    {"TapView", PLOVREST_TAP_PATH, {"--view", "tree"}, "--view: 'tree' is not one of: summary, table, pretty, raw, json"},
-    {"TapCount", PLOVREST_TAP_PATH, {"--count", "x"}, "--count: 'x' is not a whole number"},
-    {"TapModes", PLOVREST_TAP_PATH, {"--jsonl", "--stats"}, "--jsonl, --stats and --view exclude each other"},
-    {"TapInterval", PLOVREST_TAP_PATH, {"--interval", "1"}, "--interval: only with --stats"},
-    {"TapFieldsWithoutDecode", PLOVREST_TAP_PATH, {"--fields"}, "--fields: only with --decode FILE"},
-    {"TapDecodeLive", PLOVREST_TAP_PATH, {"--decode", "x.bin", "--count", "2"}, "--count: not with --decode"},
-    {"TapFieldsJsonl", PLOVREST_TAP_PATH, {"--decode", "x.bin", "--fields", "--jsonl"}, "--jsonl: not with --fields"},
-    {"TapEndpoint", PLOVREST_TAP_PATH, {"--endpoint", "localhost"}, "--endpoint: 'localhost' is not an endpoint URL"},
-    {"SimHelp", PLOVREST_SIM_PATH, {"--help"}, "--write-record FILE"},
-    {"TapHelp", PLOVREST_TAP_PATH, {"-h"}, "--decode FILE"},
-    {"SimList", PLOVREST_SIM_PATH, {"--list"}, " flip "},
+  const struct { const char* binary; std::vector<std::string> args; const char* expected; } calls[] = {
+    {PLOVREST_SIM_PATH, {"--speed", "3"}, "unknown option '--speed'"},
+    {PLOVREST_SIM_PATH, {"ddp"}, "unexpected argument 'ddp'"},
+    {PLOVREST_SIM_PATH, {"--rate", "fast"}, "--rate: 'fast' is not a number"},
+    {PLOVREST_SIM_PATH, {"--rate=0"}, "--rate: 0 is out of range (0.1 to 1000)"},
+    {PLOVREST_SIM_PATH, {"--duration"}, "option --duration needs a value"},
+    {PLOVREST_SIM_PATH, {"--count", "-4"}, "--count: -4 is out of range"},
+    {PLOVREST_SIM_PATH, {"--at", "zoom on"}, "--at: expected SECONDS:EVENT"},
+    {PLOVREST_SIM_PATH, {"--at", "3:warp"}, "--at: 'warp': unknown event"},
+    {PLOVREST_SIM_PATH, {"--scenario", "mp3"}, "--scenario: no built-in scenario \"mp3\""},
+    {PLOVREST_SIM_PATH, {"--scenario", "ddp", "--scenario-file", "x.json"}, "exclude each other"},
+    {PLOVREST_SIM_PATH, {"--step", "2"}, "--step: only with --write-record"},
+    {PLOVREST_SIM_PATH, {"--scenario", "flip", "--show-record", "--step", "3"}, "--step: 3 is past the last step of 'flip' (2)"},
+    {PLOVREST_SIM_PATH, {"--no-monitors", "--zoom", "on"}, "--zoom: the monitors are off"},
+    {PLOVREST_SIM_PATH, {"--no-decoder", "--rate", "5"}, "--rate: the decoder is off"},
+    {PLOVREST_SIM_PATH, {"--no-decoder", "--no-monitors"}, "nothing is left to play"},
+    {PLOVREST_SIM_PATH, {"--endpoint", "daemon=tcp://127.0.0.1:1"}, "--endpoint: 'daemon' is not one of"},
+    {PLOVREST_SIM_PATH, {"--replay", "x.cap", "--scenario", "ddp"}, "--scenario: not with --replay"},
+    {PLOVREST_TAP_PATH, {"--view", "tree"}, "--view: 'tree' is not one of: summary, table, pretty, raw, json"},
+    {PLOVREST_TAP_PATH, {"--count", "x"}, "--count: 'x' is not a whole number"},
+    {PLOVREST_TAP_PATH, {"--jsonl", "--stats"}, "--jsonl, --stats and --view exclude each other"},
+    {PLOVREST_TAP_PATH, {"--interval", "1"}, "--interval: only with --stats"},
+    {PLOVREST_TAP_PATH, {"--fields"}, "--fields: only with --decode FILE"},
+    {PLOVREST_TAP_PATH, {"--decode", "x.bin", "--count", "2"}, "--count: not with --decode"},
+    {PLOVREST_TAP_PATH, {"--decode", "x.bin", "--fields", "--jsonl"}, "--jsonl: not with --fields"},
+    {PLOVREST_TAP_PATH, {"--endpoint", "localhost"}, "--endpoint: 'localhost' is not an endpoint URL"},
+    {PLOVREST_SIM_PATH, {"--help"}, "--write-record FILE"},
+    {PLOVREST_TAP_PATH, {"-h"}, "--decode FILE"},
+    {PLOVREST_SIM_PATH, {"--list"}, " flip "},
   };
   for (const auto& c : calls) {
     const auto r = RunTool(c.binary, c.args);
     const bool help = c.args[0] == "--help" || c.args[0] == "-h" || c.args[0] == "--list";
-    EXPECT_EQ(r.status, help ? 0 : kBadInput) << c.name << ": " << r.err;
-    EXPECT_THAT(help ? r.out : r.err, HasSubstr(c.expected)) << c.name;
-    EXPECT_TRUE(help || r.out.empty()) << c.name << ": " << r.out;
+    EXPECT_EQ(r.status, help ? 0 : kBadInput) << c.expected << ": " << r.err;
+    EXPECT_THAT(help ? r.out : r.err, HasSubstr(c.expected));
+    EXPECT_TRUE(help || r.out.empty()) << c.expected << ": " << r.out;
   }
 }
 
