@@ -77,12 +77,7 @@ class ToolFiles : public ::testing::Test {
 TEST_F(ToolFiles, BothToolsRefuseMissingAndBadFilesAlike) {
   harness::WriteText(Path("short.bin"), std::string(100, '\0'));
   harness::WriteText(Path("report.json"), "{\"record\": {\"typeId\": 16,}}");
-  const struct {
-    const char* binary;
-    std::vector<std::string> args;
-    int status;
-    std::string expected;
-  } cases[] = {
+  const struct { const char* binary; std::vector<std::string> args; int status; std::string expected; } cases[] = {
       {PLOVREST_TAP_PATH, {"--decode", Path("short.bin")}, kBadFile,
        "--decode " + Path("short.bin") + ": 100 bytes; a decoder record has 33704"},
       {PLOVREST_SIM_PATH, {"--replay", Path("short.bin")}, kBadFile, "not a capture file"},

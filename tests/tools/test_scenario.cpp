@@ -52,7 +52,6 @@ TEST(Encoder, RefusesBadFieldsNamingThePath) {
     {R"({"typeId":2147483648})", "record.typeId: 2147483648 is out of range"},
     {R"({"typeId":18446744073709551615})", "record.typeId: 18446744073709551615 is out of range"},
     {R"({"ddp":{"acmod":7.5}})", "record.ddp.acmod: expected a signed 32-bit integer, found 7.5"},
-    {R"({"ddp":{"acmod":"7"}})", "record.ddp.acmod: expected a signed 32-bit integer, found a string"},
     {R"({"typeId":"mp3"})", "record.typeId: unknown name \"mp3\""},
     {R"({"ddp":{"objects":[{"x":-3.4028236e38}]}})", "x: -3.4028236e38 is out of range for a 32-bit float"},
     {R"({"ddp":{"objects":[{"x":"half"}]}})", "record.ddp.objects[0].x: expected a number"},
@@ -64,8 +63,6 @@ TEST(Encoder, RefusesBadFieldsNamingThePath) {
      "record.ed2.presentations[0].name: text of 64 bytes does not fit (at most 63)"},
     {R"({"dolbye":{"programConfig":"a\u0000b"}})", "record.dolbye.programConfig: the text contains a NUL"},
     {R"({"ddp":{},"ac4":{}})", "both \"ddp\" and \"ac4\" are given"},
-    {R"({"ed2":{"dynamicObjects":[{"position":[[0,0,0],[0,0,0,0]]}]}})",
-     "record.ed2.dynamicObjects[0].position[1]: 4 elements, the record holds 3"},
     {R"({"raw":[{"offset":33703,"hex":"0102"}]})", "record.raw[0]: 2 bytes at offset 33703 run past"},
     {R"({"raw":[{"offset":0,"hex":"zz"}]})", "record.raw[0].hex: 'zz' is not a hexadecimal byte"},
     {R"({"raw":[{"offset":0,"hex":"abc"}]})", "record.raw[0].hex: odd number"},
@@ -149,10 +146,7 @@ TEST(Scenario, StepsBuildOnThePreviousOneUnlessResetOrUse) {
 
 TEST(Scenario, StepAtLoopsOverTheHoldTimes) {
   const tools::Scenario s = Parse(R"({"steps": [{"hold": 2}, {"hold": 1}, {"hold": 3}]})");
-  const struct {
-    double t;
-    std::size_t step;
-  } cases[] = {{0, 0}, {1.99, 0}, {2, 1}, {2.5, 1}, {3, 2}, {5.99, 2}, {6, 0}, {8.5, 1}, {600, 0}};
+  const struct { double t; std::size_t step; } cases[] = {{0, 0}, {1.99, 0}, {2, 1}, {2.5, 1}, {3, 2}, {5.99, 2}, {6, 0}, {8.5, 1}, {600, 0}};
   for (const auto& c : cases) EXPECT_EQ(s.StepAt(c.t), c.step) << "t=" << c.t;
 }
 
