@@ -1,8 +1,6 @@
 #pragma once
-// Test harness for black-box tests of the real plovrestd binary: a child
-// process with captured output, and the peers the daemon talks to. Tests that
-// use it run inside scripts/netns-run.sh, where the device's fixed addresses
-// exist on lo and /run/shm/mq is private.
+// Black-box tests of the real plovrestd: a child process with captured output,
+// and the daemon's peers (bound inside scripts/netns-run.sh).
 
 #include <czmq.h>
 #include <sys/types.h>
@@ -69,9 +67,8 @@ struct Message {
 
 // Receives one message within the time-out.
 std::optional<Message> Receive(zsock_t* sock, Ms timeout);
-// Called with every message Receive returns, for a check of everything a test
-// receives (the end-to-end tests validate what the daemon publishes); an
-// empty function removes it.
+// Called with every message Receive returns (the end-to-end tests validate
+// what the daemon publishes); an empty function removes it.
 void SetReceiveCheck(std::function<void(const Message&)> check);
 // Receives until pred matches, within the time-out; other messages are skipped.
 std::optional<Message> ReceiveUntil(zsock_t* sock, Ms timeout,
@@ -90,8 +87,7 @@ std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub
 // just closed on the same endpoint is still being released by ZeroMQ.
 zsock_t* BindWithRetry(zsock_t* (*make)(const char*), const std::string& endpoint);
 
-// Every peer of the daemon, bound where the device has them, plus a
-// subscriber on the daemon's publishing endpoint.
+// Every peer of the daemon where the device has them, and a subscriber to it.
 struct Peers {
   Peers();
   ~Peers();
