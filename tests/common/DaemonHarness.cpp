@@ -55,11 +55,8 @@ std::string DaemonPath() { return PLOVRESTD_PATH; }
 
 ToolResult RunTool(const std::string& binary, const std::vector<std::string>& args, Ms timeout) {
   DaemonProcess tool(args, binary);
-  ToolResult result;
-  if (const std::optional<int> status = tool.WaitExit(timeout)) result.status = *status;
-  result.out = tool.Stdout();
-  result.err = tool.Stderr();
-  return result;
+  const std::optional<int> status = tool.WaitExit(timeout);
+  return {status.value_or(-1000), tool.Stdout(), tool.Stderr()};
 }
 
 std::string MakeTempDir() {
