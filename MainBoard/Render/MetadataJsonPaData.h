@@ -11,6 +11,8 @@
 // L R C LFE Ls Rs) with its speaker list (" L R C LFE Ls Rs") as "Desc".
 // "PaBed" uses the same item for the bed it describes.
 
+#include <string_view>
+
 #include "MetadataJson.h"
 #include "Record/DolbyMetadataRecord.h"
 
@@ -32,7 +34,7 @@ class cMetadataJsonPaData : public cMetadataJson {
 
   void AddPresentations(const kv_dolby_metadata_t& record);
   void AddPresentation(unsigned int index, const kv_dolby_metadata_t& record, Value& presentations);
-  void AddPresentationName(const char* name, Value& entry);
+  void AddPresentationName(std::string_view name, Value& entry);
   void AddPAObjectsArray(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
   void AddBedObject(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
 
@@ -47,5 +49,5 @@ class cMetadataJsonPaData : public cMetadataJson {
                              Value& objects);
   void AddBedSource(const dlb_padc_ui_md_ed2_s& ed2, unsigned int bed, unsigned int source,
                     unsigned int set, Value& sources);
-  void AddSpeakerConfigItem(const std::string& label, const std::string& channels, Value& obj);
+  void AddSpeakerConfigItem(std::string_view label, std::string_view channels, Value& obj);
 };
