@@ -22,7 +22,9 @@ cMetadataJson::cMetadataJson(std::size_t poolBytes, std::size_t textBytes)
     : mPoolBlock(KeptBlock(poolBytes)),
       mPool(mPoolBlock.get(), poolBytes),
       mWriterStack(mWriterStackBlock, sizeof mWriterStackBlock),
-      mDoc(&mPool) {
+      mDoc(&mPool),
+      mItemStack(mItemStackBlock, sizeof mItemStackBlock),
+      mItemBuilder(&mPool, kItemStackBytes / 4, &mItemStack) {
   mDoc.SetObject();
   mBuffer.Reserve(textBytes);
 }
@@ -116,12 +118,11 @@ void cMetadataJson::AddStringMember(const char* name, std::string_view value, Va
                 Allocator());
 }
 
-Value* cMetadataJson::ItemMember(const char* key, bool copyKey, Value& parent) {
+Value* cMetadataJson::ItemMember(const char* key, Value& parent) {
   if (!parent.IsObject()) return nullptr;
   Value::MemberIterator it = parent.FindMember(key);
   if (it != parent.MemberEnd()) return &it->value;
-  Value name = copyKey ? Value(key, Allocator()) : Value(rapidjson::StringRef(key));
-  parent.AddMember(name, Value(rapidjson::kObjectType), Allocator());
+  parent.AddMember(Value(rapidjson::StringRef(key)), Value(rapidjson::kObjectType), Allocator());
   return &(parent.MemberEnd() - 1)->value;
 }
 
@@ -137,7 +138,7 @@ void cMetadataJson::AddUpdateObjectMemberWithFloatFactor(std::string_view title,
 void cMetadataJson::AddUpdateObjectMemberToObjectWithFloatFactor(const char* key, std::string_view title,
                                                                  int data, int ffactor,
                                                                  std::string_view desc, Value& parent) {
-  if (Value* item = ItemMember(key, false, parent)) {
+  if (Value* item = ItemMember(key, parent)) {
     AddUpdateObjectMemberWithFloatFactor(title, data, ffactor, desc, *item);
   }
 }

@@ -92,7 +92,14 @@ class cMetadataJson {
   template <typename T>
   void AddUpdateObjectMemberToObject(const char* key, std::string_view title, T data,
                                      std::string_view desc, Value& parent) {
-    if (Value* item = ItemMember(key, true, parent)) AddUpdateObjectMember(title, data, desc, *item);
+    if (!parent.IsObject()) return;
+    Value::MemberIterator it = parent.FindMember(key);
+    if (it != parent.MemberEnd()) {
+      AddUpdateObjectMember(title, data, desc, it->value);
+      return;
+    }
+    Value name(key, Allocator());
+    parent.AddMember(name, NewItem(title, data, desc), Allocator());
   }
   // The same in the float-factor form; the key is stored by reference.
   void AddUpdateObjectMemberToObjectWithFloatFactor(const char* key, std::string_view title, int data,
@@ -150,9 +157,53 @@ class cMetadataJson {
   template <typename V>
   void SetMember(const char* name, V&& value, Value& obj);
   void MakeRootObject();
-  // parent[key] (key copied when copyKey), appended as an empty object when
-  // missing. Returns it, or null when parent is not an object.
-  Value* ItemMember(const char* key, bool copyKey, Value& parent);
+  // parent[key] (key by reference), appended as an empty object when missing.
+  // Returns it, or null when parent is not an object.
+  Value* ItemMember(const char* key, Value& parent);
+
+  // A new item object, built through the SAX interface of a document so that
+  // its member array holds exactly its three members (an object built member
+  // by member starts at sixteen). Returns the builder's root, which the
+  // caller moves into the document; strings are copied into the pool.
+  template <typename T>
+  Value& NewItem(std::string_view title, T data, std::string_view desc) {
+    ItemEvents<T> events{title, data, desc};
+    mItemStack.Clear();
+    mItemBuilder.Populate(events);
+    return mItemBuilder;
+  }
+  // A document whose values live in the renderer's pool and whose SAX stack
+  // lives in a kept block.
+  using ItemBuilder = rapidjson::GenericDocument<rapidjson::UTF8<>, rapidjson::MemoryPoolAllocator<>,
+                                                 rapidjson::MemoryPoolAllocator<>>;
+  // "Data" as the AddUpdateMember overload of the same type writes it.
+  static void PutData(ItemBuilder& b, unsigned int v) { b.Uint(v); }
+  static void PutData(ItemBuilder& b, int v) { b.Int(v); }
+  static void PutData(ItemBuilder& b, float v) { b.Double(static_cast<double>(v)); }
+  static void PutData(ItemBuilder& b, bool v) { b.Bool(v); }
+  static void PutData(ItemBuilder& b, std::string_view v) {
+    b.String(v.data(), static_cast<rapidjson::SizeType>(v.size()), true);
+  }
+  template <typename T>
+  struct ItemEvents {
+    std::string_view title;
+    T data;
+    std::string_view desc;
+    bool operator()(ItemBuilder& b) const {
+      b.StartObject();
+      b.Key("Title", 5, false);
+      b.String(title.data(), static_cast<rapidjson::SizeType>(title.size()), true);
+      b.Key("Data", 4, false);
+      PutData(b, data);
+      b.Key("Desc", 4, false);
+      b.String(desc.data(), static_cast<rapidjson::SizeType>(desc.size()), true);
+      return b.EndObject(3);
+    }
+  };
+  static constexpr std::size_t kItemStackBytes = 1024;
+  alignas(16) char mItemStackBlock[kItemStackBytes];
+  rapidjson::MemoryPoolAllocator<> mItemStack;
+  ItemBuilder mItemBuilder;
   // Find or create a member of type `type` and empty it (FreshArrayMember).
   Value* FreshMember(const char* name, rapidjson::Type type, Value& obj);
 };

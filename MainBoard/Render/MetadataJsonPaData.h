@@ -32,10 +32,19 @@ class cMetadataJsonPaData : public cMetadataJson {
   // is not ED2 gives the empty object.
   int PreparePaMetadataJson(const kv_dolby_metadata_t& record, bool objectsEnabled, long timeStamp);
 
+  // The root's "Presentations" array (found or created, emptied) with one
+  // entry per presentation of record, at most 16.
   void AddPresentations(const kv_dolby_metadata_t& record);
+  // Appends presentation index's entry ("Name", "PaObjects", "PaBed") to
+  // presentations; nothing when it is no array or index is past 15.
   void AddPresentation(unsigned int index, const kv_dolby_metadata_t& record, Value& presentations);
+  // The "Name" item of entry: "Data" true, "Desc" the name.
   void AddPresentationName(std::string_view name, Value& entry);
+  // entry's "PaObjects" (found or created, emptied): the beds, then the
+  // dynamic objects, that presentation index includes.
   void AddPAObjectsArray(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
+  // entry's "PaBed" (found or created, emptied; left alone when it is no
+  // object): the first bed presentation index includes and its sources.
   void AddBedObject(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
 
  private:
