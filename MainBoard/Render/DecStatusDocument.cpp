@@ -3,7 +3,10 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
+
+#include "LargestRecords.h"
 
 #include "Logger.h"
 #include "PADMetadataJsonDecStatus.h"
@@ -14,10 +17,18 @@ cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::mpJDecStatus = nullptr;
 Logger* cPADMetadataJsonDecStatus::mpLogger = nullptr;
 int cPADMetadataJsonDecStatus::mLogLevel = MSG_LEVEL_DEBUG;
 
-// The largest status document (AC-4, every presentation and substream) uses
-// about 620 KiB of pool and 120 KiB of text.
-cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(1024 * 1024, 256 * 1024) {
+// The largest status document (AC-4, every presentation and substream, all
+// texts at full width) uses about 250 KiB of pool and 125 KiB of text.
+cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(384 * 1024, 256 * 1024) {
+  // The largest record of each kind, rendered once: the pages and the code
+  // its documents need are then in place; the first record leaves no trace.
+  auto rec = std::make_unique<kv_dolby_metadata_t>();
+  for (int32_t kind : largest_records::kKinds) {
+    largest_records::Fill(kind, *rec);
+    PrepareMetadataJson(*rec, 0);
+  }
   std::memset(&mLastRecord, 0, sizeof mLastRecord);
+  NewDocument();
 }
 
 cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {

@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <memory>
 #include <new>
 
 #include "CodeTables.h"
 #include "ItemText.h"
+#include "LargestRecords.h"
 #include "Logger.h"
 
 using rapidjson::Value;
@@ -60,6 +62,15 @@ Text BedLayoutLabel(const dlb_padc_ed2_bed_object_s& bed) {
 constexpr std::string_view kDynamicObjectLayout = "1.0";
 
 }  // namespace
+
+// The largest presentation document (16 presentations, every bed and object,
+// names at full width) uses about 1 MiB of pool and 330 KiB of text.
+cMetadataJsonPaData::cMetadataJsonPaData() : cMetadataJson(1536 * 1024, 448 * 1024) {
+  auto rec = std::make_unique<kv_dolby_metadata_t>();
+  largest_records::Fill(stream_type::kEd2, *rec);
+  PreparePaMetadataJson(*rec, true, 0);
+  NewDocument();
+}
 
 cMetadataJsonPaData* cMetadataJsonPaData::GetInstance() {
   if (mpJPaData == nullptr) {

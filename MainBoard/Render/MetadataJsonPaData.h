@@ -48,10 +48,8 @@ class cMetadataJsonPaData : public cMetadataJson {
   void AddBedObject(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
 
  private:
-  // The largest presentation document (16 presentations, every bed and
-  // object) uses about 3.1 MiB of pool, most of it left behind by growing
-  // arrays, and 320 KiB of text.
-  cMetadataJsonPaData() : cMetadataJson(4 * 1024 * 1024, 512 * 1024) {}
+  // Renders the largest ED2 record once (see the status renderer).
+  cMetadataJsonPaData();
 
   void AddBedEntry(const dlb_padc_ui_md_ed2_s& ed2, unsigned int bed, Value& objects);
   void AddDynamicObjectEntry(const dlb_padc_ui_md_ed2_s& ed2, unsigned int object, unsigned int set,
