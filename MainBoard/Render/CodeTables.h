@@ -33,9 +33,13 @@ struct TextTable {
   const char* otherText;
 
   // The text of code, or otherText outside the table; static storage.
-  const char* Text(unsigned code) const { return code < table.size ? table.texts[code] : otherText; }
+  const char* Text(unsigned code) const {
+    const char* text = table.Find(code);
+    return text ? text : otherText;
+  }
 };
 
+// The table of an array of texts: codes 0 to N-1; it refers to the array.
 template <std::size_t N>
 constexpr Table TableOf(const char* const (&texts)[N]) {
   return Table{texts, static_cast<unsigned>(N)};
