@@ -15,6 +15,7 @@
 #include <cstdint>
 #include <cstring>
 #include <string>
+#include <string_view>
 
 #if !defined(__BYTE_ORDER__) || __BYTE_ORDER__ != __ORDER_LITTLE_ENDIAN__
 #error "kv_dolby_metadata_t is read in place: a little-endian target is required"
@@ -495,10 +496,26 @@ static_assert(offsetof(dlb_padc_ui_md_ed2_s, presentations) == 15034);
 static_assert(offsetof(dlb_padc_ui_md_ed2_s, unread) == kEd2SignificantLength);
 static_assert(sizeof(dlb_padc_ui_md_ed2_s) == kBlockAreaSize);
 
+// Block offsets of the per-set entries. The record gives a set index as any
+// uint8, past the 48 entries of a bed or object record: the entry is then read
+// at the offset the index gives (in a later record), as the decoder lays it out.
+constexpr std::size_t Ed2BedGainOffset(unsigned bed, unsigned set) {
+  return offsetof(dlb_padc_ui_md_ed2_s, bedObjects) + sizeof(dlb_padc_ed2_bed_object_s) * bed +
+         offsetof(dlb_padc_ed2_bed_object_s, gain) + sizeof(float) * set;
+}
+constexpr std::size_t Ed2ObjectGainOffset(unsigned object, unsigned set) {
+  return offsetof(dlb_padc_ui_md_ed2_s, dynamicObjects) + sizeof(dlb_padc_ed2_dynamic_object_s) * object +
+         offsetof(dlb_padc_ed2_dynamic_object_s, gain) + sizeof(float) * set;
+}
+// Offset of x; y and z follow.
+constexpr std::size_t Ed2ObjectPositionOffset(unsigned object, unsigned set) {
+  return offsetof(dlb_padc_ui_md_ed2_s, dynamicObjects) + sizeof(dlb_padc_ed2_dynamic_object_s) * object +
+         offsetof(dlb_padc_ed2_dynamic_object_s, position) + 3 * sizeof(float) * set;
+}
 // Per-set entries addressed with any uint8 set index stay inside the block.
-static_assert(84 + 284 * (kEd2MaxBedObjects - 1) + 4 * 255 + 4 <= kBlockAreaSize);
-static_assert(2624 + 776 * (kEd2MaxDynamicObjects - 1) + 4 * 255 + 4 <= kBlockAreaSize);
-static_assert(2816 + 776 * (kEd2MaxDynamicObjects - 1) + 12 * 255 + 12 <= kBlockAreaSize);
+static_assert(Ed2BedGainOffset(kEd2MaxBedObjects - 1, 255) + sizeof(float) <= kBlockAreaSize);
+static_assert(Ed2ObjectGainOffset(kEd2MaxDynamicObjects - 1, 255) + sizeof(float) <= kBlockAreaSize);
+static_assert(Ed2ObjectPositionOffset(kEd2MaxDynamicObjects - 1, 255) + 3 * sizeof(float) <= kBlockAreaSize);
 
 // Reads a little-endian value at a byte offset of a block. The offset must be
 // checked by the caller against the block's size; a record's bytes carry no
@@ -570,8 +587,9 @@ constexpr std::size_t SignificantLength(uint32_t mdType) {
 }
 
 // A fixed-width text field read up to its terminator or its width, whichever
-// comes first (the decoder may fill a field without terminating it).
+// comes first (the decoder may fill a field without terminating it). Returns a
+// view into field: valid as long as the record is.
 template <std::size_t N>
-inline std::string BoundedText(const char (&field)[N]) {
-  return std::string(field, strnlen(field, N));
+inline std::string_view BoundedView(const char (&field)[N]) {
+  return std::string_view(field, strnlen(field, N));
 }

@@ -53,9 +53,36 @@ const char* const kTrims[] = {
 };
 static_assert(sizeof kTrims / sizeof kTrims[0] == DLB_PADC_TRIM_AUTO + 1);
 
-const char* const kBedChannels[] = {"L",   "R",   "C",   "LFE", "Ls",  "Rs", "Lrs", "Rrs", "Lfh",
-                                    "Rfh", "Ltm", "Rtm", "Lrh", "Rrh", "Lw", "Rw",  "LFE2"};
-static_assert(sizeof kBedChannels / sizeof kBedChannels[0] == kBedChannelCount);
+// Speaker types; 1 to 17 are also the bed channel flags in their order.
+// kSpeakerTypeLfe and kSpeakerTypeLfe2 (CodeTables.h) index the two LFE entries.
+const char* const kSpeakerTypes[] = {"-",   "L",   "R",   "C",   "LFE", "Ls",  "Rs",  "Lrs", "Rrs",
+                                     "Lfh", "Rfh", "Ltm", "Rtm", "Lrh", "Rrh", "Lw",  "Rw",  "LFE2"};
+static_assert(sizeof kSpeakerTypes / sizeof kSpeakerTypes[0] == kBedChannelCount + 1);
+
+// Where the UI draws each speaker type. The rear, top-middle and wide
+// speakers have no position of their own and sit at the centre.
+// clang-format off
+constexpr float kSpeakerPositions[][3] = {
+    { 0,  0, 0},  // -
+    {-1,  1, 0},  // L
+    { 1,  1, 0},  // R
+    { 0,  1, 0},  // C
+    { 0,  1, 0},  // LFE
+    {-1, -1, 0},  // Ls
+    { 1, -1, 0},  // Rs
+    { 0,  0, 0},  // Lrs
+    { 0,  0, 0},  // Rrs
+    {-1,  1, 1},  // Lfh
+    { 1,  1, 1},  // Rfh
+    { 0,  0, 0},  // Ltm
+    { 0,  0, 0},  // Rtm
+    {-1, -1, 1},  // Lrh
+    { 1, -1, 1},  // Rrh
+    { 0,  0, 0},  // Lw
+    { 0,  0, 0},  // Rw
+    { 0,  1, 0}};  // LFE2
+// clang-format on
+static_assert(sizeof kSpeakerPositions / sizeof kSpeakerPositions[0] == kBedChannelCount + 1);
 
 // Indexed by dlb_padc_object_dialogue_indication; 0 and anything past 3 are unknown.
 const char* const kObjectClasses[] = {"Unknown", "Dialogue", "Not dialog", "Mixed"};
@@ -68,6 +95,50 @@ const char* const kCompressionProfiles[] = {"None",        "Film Standard", "Fil
                                             "Not Indicated"};
 
 const char* const kSpeakerConfigs[] = {"Stereo", "5.1", "7.1", "5.1.2", "5.1.4", "7.1.4", "9.1.6"};
+
+// Content class of an ED2 dynamic object. 0 and 1 are the decoder's "not
+// indicated" and dialogue; the others follow the usual programme content kinds.
+const char* const kObjectContentClasses[] = {
+    "Not indicated", "Dialogue",          "Music",     "Effects",   "Music and effects",
+    "Commentary",    "Audio description", "Emergency", "Voice over"};
+
+// ---- AC-4
+const char* const kAc4FrameRates[] = {
+    "23.98 fps", "24 fps",  "25 fps",     "29.97 fps", "30 fps",    "47.95 fps", "48 fps",   "50 fps",
+    "59.94 fps", "60 fps",  "100 fps",    "119.98 fps", "120 fps",  "23.44 fps", "Reserved", "Reserved"};
+
+const char* const kDeGainLimits[] = {"0.0 dB", "3.0 dB", "6.0 dB", "9.0 dB", "12.0 dB"};
+
+const char* const kOutputLayouts[] = {"2.0", "5.1", "5.1.2", "5.1.4"};
+
+// Index 2 is "5.1.4" and index 3 "5.1.2", and 4 to 6 all read "5.1.4": this
+// is the order in which the device's speaker configurations are numbered.
+const char* const kDeviceSpeakerLayouts[] = {"Stereo", "5.1", "5.1.4", "5.1.2", "5.1.4", "5.1.4", "5.1.4"};
+
+const char* const kRegulationPractices[] = {
+    "Not indicated", "ATSC A/85", "EBU R128", "ARIB TR-B32", "FreeTV OP-59", "Reserved",
+    "Reserved",      "Reserved",  "Reserved", "Reserved",    "Reserved",     "Reserved",
+    "Reserved",      "Reserved",  "Manual",   "Customer leveler"};
+
+const char* const kDrcModes[] = {"Home theater AVR", "Flat panel TV", "Portable speakers",
+                                 "Portable headphones", "Reserved", "Reserved", "Reserved", "Reserved"};
+
+// Indexed by profile code + 1: code -1 means the profile is not present.
+const char* const kDrcProfiles[] = {"Not present",    "None",        "Film Standard", "Film Light",
+                                    "Music Standard", "Music Light", "Speech",        "Reserved",
+                                    "Reserved",       "User defined", "Gains only"};
+
+const char* const kStereoDmxGains[] = {"3.0 dB",  "1.5 dB",  "0.0 dB",  "-1.5 dB",
+                                       "-3.0 dB", "-4.5 dB", "-6.0 dB", "-inf dB"};
+
+const char* const kTopDmxGains[] = {"0.0 dB",  "-1.5 dB", "-3.0 dB",  "-4.5 dB",
+                                    "-6.0 dB", "-9.0 dB", "-12.0 dB", "-inf dB"};
+
+const char* const kAc4DownmixModes[] = {"Not indicated", "Lo/Ro", "Lt/Rt", "Pro Logic II"};
+
+// The maximum dialogue gain and the substream's dialogue enhancement limit
+// share their steps; code 0 means the control is off.
+const char* const kDialogueGains[] = {"Disabled", "3.0 dB", "6.0 dB", "9.0 dB", "12.0 dB"};
 
 struct FrameRate {
   unsigned code;
@@ -124,7 +195,6 @@ const FlagItem kAdconvtyp{"Adconvtyp", "A/D converter", "HDCD", "Standard"};
 
 // ---- Dolby Digital (Plus) object audio
 const char* const kAtmosInfoTitle = "Atmos Object Audio Info";
-const Table kBedChannelNames = TableOf(kBedChannels);
 const CodedItem kComplexityIndex{"ComplexityIndex", "Complexity index", kNone, nullptr, nullptr};
 const CodedItem kSurroundTrim{"SurroundTrim", "Surround trim (in dB)", TableOf(kTrims), nullptr,
                               "-"};
@@ -158,6 +228,34 @@ const CodedItem kChannelConfig{"ChannelConfig", "Channel Config.", TableOf(kSpea
                                nullptr, ""};
 const CodedItem kOutputChannelConfig{"ChannelConfig", "Output Speaker Config.",
                                      TableOf(kSpeakerConfigs), nullptr, ""};
+
+// ---- speakers
+const Table kSpeakerNames = TableOf(kSpeakerTypes);
+
+const float* SpeakerPosition(unsigned type) {
+  return kSpeakerPositions[type < kSpeakerNames.size ? type : 0];
+}
+
+// ---- AC-4:  table, text outside it
+const TextTable kFrameRateIndexes{TableOf(kAc4FrameRates), "Unknown"};
+const TextTable kDialogueGainLimits{TableOf(kDeGainLimits), "Unknown"};
+const TextTable kOutputChannelLayouts{TableOf(kOutputLayouts), "Unknown"};
+const TextTable kDeviceSpeakerConfigs{TableOf(kDeviceSpeakerLayouts), "Unknown"};
+const TextTable kLoudnessPractices{TableOf(kRegulationPractices), "Reserved"};
+const TextTable kDrcDecoderModes{TableOf(kDrcModes), "Reserved"};
+const TextTable kStereoDownmixGains{TableOf(kStereoDmxGains), "Unknown"};
+const TextTable kTopDownmixGains{TableOf(kTopDmxGains), "Unknown"};
+const TextTable kDownmixModes{TableOf(kAc4DownmixModes), "Not present"};
+const TextTable kDialogueGainSteps{TableOf(kDialogueGains), "Disabled"};
+
+const char* DrcProfileText(int code) {
+  // code + 1 taken as unsigned: -1 lands on 0, anything below -1 far above
+  // the table, and INT_MAX does not overflow.
+  return TextTable{TableOf(kDrcProfiles), "Reserved"}.Text(static_cast<unsigned>(code) + 1u);
+}
+
+// ---- ED2 dynamic objects
+const Table kContentClasses = TableOf(kObjectContentClasses);
 
 const char* FrameRateText(unsigned code) {
   for (const FrameRate& rate : kFrameRates) {

@@ -1,14 +1,17 @@
 #pragma once
-// Code-to-text tables of the decoder status document and the rules that turn a
-// code into an item's title and description.
+// Every code-to-text table of the two documents, in one style, and the rules
+// that turn a code into an item's title and description.
 //
 // A table maps the codes 0 to size-1 to texts; the code is taken as unsigned,
-// so a negative code is outside every table. Each item rule keeps its table
-// and what a code outside it shows side by side: a replacement title (or the
-// item's own) and a fixed text (or the code in decimal).
+// so a negative code is outside every table. What a code outside a table
+// shows sits beside the table: an item rule (CodedItem) keeps a replacement
+// title (or the item's own) and a fixed text (or the code in decimal); a
+// plain lookup (TextTable) keeps one fixed text.
 //
 // The Dolby Digital (Plus) substream and the Dolby E programs share most of
-// these rules; where the two differ (Dolby Surround) each has its own.
+// these rules; where the two differ (Dolby Surround) each has its own. The
+// AC-4 texts and the speaker and content-class names of the ED2 presentation
+// document are here too.
 
 #include <cstddef>
 
@@ -20,10 +23,23 @@ struct Table {
   const char* const* texts;
   unsigned size;
 
-  // The text of code, or null when the code is outside the table.
+  // The text of code (static storage), or null when the code is outside the table.
   const char* Find(unsigned code) const { return code < size ? texts[code] : nullptr; }
 };
 
+// A table and the one text every code outside it shows.
+struct TextTable {
+  Table table;
+  const char* otherText;
+
+  // The text of code, or otherText outside the table; static storage.
+  const char* Text(unsigned code) const {
+    const char* text = table.Find(code);
+    return text ? text : otherText;
+  }
+};
+
+// The table of an array of texts: codes 0 to N-1; it refers to the array.
 template <std::size_t N>
 constexpr Table TableOf(const char* const (&texts)[N]) {
   return Table{texts, static_cast<unsigned>(N)};
@@ -84,9 +100,17 @@ constexpr int kAcmodTwoChannel = 2;
 extern const char* const kNotApplicableText;  // "-"
 extern const FlagItem kAdconvtyp;
 
+// ---- speakers: types 1 to 17 also number the bed channel flags (type - 1)
+extern const Table kSpeakerNames;  // 0 "-", 1 "L" ... 17 "LFE2"
+constexpr unsigned kSpeakerTypeLfe = 4;
+constexpr unsigned kSpeakerTypeLfe2 = 17;
+// The position (x, y, z from -1 to 1) at which the UI draws a speaker type;
+// the origin for types without a position of their own and outside the table.
+// Returns a pointer to three floats, static storage.
+const float* SpeakerPosition(unsigned type);
+
 // ---- Dolby Digital (Plus) object audio
 extern const char* const kAtmosInfoTitle;
-extern const Table kBedChannelNames;  // flag order of bedChannels
 extern const CodedItem kComplexityIndex;  // decimal
 extern const CodedItem kSurroundTrim;
 extern const CodedItem kHeightTrim;
@@ -112,5 +136,27 @@ extern const CodedItem kOutputChannelConfig;  // coded streams: the rendering co
 // Text of a frame-rate code (frames per second x 100), null for a code
 // without its own text (the item then prints the rate itself).
 const char* FrameRateText(unsigned code);
+
+// ---- AC-4 stream
+extern const TextTable kFrameRateIndexes;        // frame-rate index, "Unknown" past 15
+extern const TextTable kDialogueGainLimits;      // "0.0 dB" .. "12.0 dB", "Unknown" past 4
+extern const TextTable kOutputChannelLayouts;    // decoder output, "Unknown" past 3
+extern const TextTable kDeviceSpeakerConfigs;    // the device's numbering, "Unknown" past 6
+
+// ---- AC-4 presentation and substream
+extern const TextTable kLoudnessPractices;   // regulation type, "Reserved" past 15
+extern const TextTable kDrcDecoderModes;     // "Reserved" past 7
+extern const TextTable kStereoDownmixGains;  // Lo/Ro and Lt/Rt gains, "Unknown" past 7
+extern const TextTable kTopDownmixGains;     // 5.1.4 to 5.1 top gains, "Unknown" past 7
+extern const TextTable kDownmixModes;        // preferred downmix, "Not present" past 3
+// Dialogue gain steps, code 0 "Disabled", "Disabled" past 4.
+extern const TextTable kDialogueGainSteps;
+// DRC profile text: -1 "Not present", 0 "None" .. 9 "Gains only", "Reserved"
+// for any other code. Static storage.
+const char* DrcProfileText(int code);
+
+// ---- ED2 dynamic objects
+// Content class 0 to 8; a code outside is shown in decimal.
+extern const Table kContentClasses;
 
 }  // namespace code_tables

@@ -2,22 +2,11 @@
 // substream in "Streams".
 
 #include <algorithm>
-#include <cstdio>
 
 #include "PADMetadataJsonDecStatus.h"
 
 using rapidjson::Value;
 namespace ct = code_tables;
-
-namespace {
-
-std::string TwoDecimals(float value) {
-  char buffer[64];  // wide enough for any float with two decimals
-  std::snprintf(buffer, sizeof buffer, "%.2f", static_cast<double>(value));
-  return buffer;
-}
-
-}  // namespace
 
 // ---- "StatusInfo"
 
@@ -50,19 +39,17 @@ void cPADMetadataJsonDecStatus::AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp,
     AddDDPObjectsArray(ddp, entry);
 
     int bedCount = 0;
-    thread_local std::string bedNames;  // kept: its capacity outlives the render
-    bedNames.clear();
-    for (unsigned i = 0; i < ct::kBedChannelNames.size; ++i) {
+    item_text::Text bedNames;
+    for (unsigned i = 0; i < kBedChannelCount; ++i) {
       if (ddp.bedChannels[i] == 0) continue;
       ++bedCount;
-      bedNames += ' ';
-      bedNames += ct::kBedChannelNames.Find(i);
+      bedNames.Append(" ").Append(ct::kSpeakerNames.Find(i + 1));
     }
-    AddItem("BedObjectConf", "Bed-object configuration", bedCount, bedNames, entry);
+    AddUpdateObjectMemberToObject("BedObjectConf", "Bed-object configuration", bedCount, bedNames, entry);
 
     AddCodedItem(ct::kComplexityIndex, ddp.complexityIndex, entry);
-    AddItem("NumDynObjects", "Dynamic objects", ddp.numDynObjects,
-            std::to_string(ddp.numDynObjects), entry);
+    AddUpdateObjectMemberToObject("NumDynObjects", "Dynamic objects", ddp.numDynObjects,
+                                  item_text::Decimal(ddp.numDynObjects), entry);
     AddCodedItem(ct::kSurroundTrim, static_cast<int>(ddp.surroundTrim), entry);
     AddCodedItem(ct::kHeightTrim, static_cast<int>(ddp.heightTrim), entry);
   });
@@ -80,16 +67,12 @@ void cPADMetadataJsonDecStatus::AddDDPObjectsArray(const dlb_padc_ui_md_ddp_s& d
 void cPADMetadataJsonDecStatus::AddDDPObject(const dlb_padc_object_info_ddp_s& object,
                                              Value& objects) {
   AppendEntry(objects, [&](Value& entry) {
-    AddItem("Type", "Object Type", false, "Dynamic", entry);
+    AddUpdateObjectMemberToObject("Type", "Object Type", false, "Dynamic", entry);
     const int dialogue = object.dialogueClass == DLB_PADC_OBJECT_DIALOGUE ? 1 : 0;
     const char* classText = ct::kObjectClass.table.Find(static_cast<unsigned>(object.dialogueClass));
-    AddItem(ct::kObjectClass.key, ct::kObjectClass.title, dialogue,
+    AddUpdateObjectMemberToObject(ct::kObjectClass.key, ct::kObjectClass.title, dialogue,
             classText ? classText : ct::kObjectClass.otherText, entry);
-    // "Data" is the position in -1..1 (y pointing the other way), "Desc" the
-    // stored 0..1 value: the UI uses both.
-    AddItem("x", "Object Position x", 2.0f * object.x - 1.0f, TwoDecimals(object.x), entry);
-    AddItem("y", "Object Position y", 1.0f - 2.0f * object.y, TwoDecimals(object.y), entry);
-    AddItem("z", "Object Position z", object.z, TwoDecimals(object.z), entry);
+    AddObjectPositionItems(object.x, object.y, object.z, entry);
   });
 }
 
@@ -104,7 +87,7 @@ void cPADMetadataJsonDecStatus::AddSubstreams(unsigned int count, const dlb_padc
 void cPADMetadataJsonDecStatus::AddSubstream(unsigned int i, const dlb_padc_ui_md_ddp_s& ddp,
                                              Value& streams) {
   if (!streams.IsArray()) return;
-  const std::string desc = i == 0 ? "Main" : "";
+  const std::string_view desc = i == 0 ? "Main" : "";
   Value sections(rapidjson::kArrayType);
 
   AppendSection(sections, ct::kBitstreamInfo, i, desc, [&](Value& entry) {
@@ -133,8 +116,10 @@ void cPADMetadataJsonDecStatus::AddSubstream(unsigned int i, const dlb_padc_ui_m
 }
 
 void cPADMetadataJsonDecStatus::AddSubstreamDatarate(int datarate, Value& obj) {
-  AddItem("Datarate", ct::kDatarateTitle, datarate,
-          datarate < 1 ? std::string(ct::kNotApplicableText) : std::to_string(datarate), obj);
+  AddUpdateObjectMemberToObject("Datarate", ct::kDatarateTitle, datarate,
+                                datarate < 1 ? item_text::Text(ct::kNotApplicableText)
+                                             : item_text::Decimal(datarate),
+                                obj);
 }
 
 void cPADMetadataJsonDecStatus::AddSubstreamDsurmod(int dsurmod, int acmod, Value& obj) {
@@ -142,7 +127,7 @@ void cPADMetadataJsonDecStatus::AddSubstreamDsurmod(int dsurmod, int acmod, Valu
   if (acmod == ct::kAcmodTwoChannel) {
     AddCodedItem(ct::kSubstreamDsurmod, dsurmod, obj);
   } else {
-    AddItem(ct::kSubstreamDsurmod.key, ct::kSubstreamDsurmod.title, dsurmod,
+    AddUpdateObjectMemberToObject(ct::kSubstreamDsurmod.key, ct::kSubstreamDsurmod.title, dsurmod,
             ct::kNotApplicableText, obj);
   }
 }

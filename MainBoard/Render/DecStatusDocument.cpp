@@ -1,10 +1,12 @@
 // Decoder status document: singleton, top level, the "StatusInfo" frame, the
 // items common to every codec, and PCM.
 
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
+
+#include "LargestRecords.h"
 
 #include "Logger.h"
 #include "PADMetadataJsonDecStatus.h"
@@ -15,10 +17,18 @@ cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::mpJDecStatus = nullptr;
 Logger* cPADMetadataJsonDecStatus::mpLogger = nullptr;
 int cPADMetadataJsonDecStatus::mLogLevel = MSG_LEVEL_DEBUG;
 
-// The largest status document (AC-4, every presentation and substream) uses
-// about 620 KiB of pool and 120 KiB of text.
-cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(1024 * 1024, 256 * 1024) {
+// The largest status document (AC-4, every presentation and substream, all
+// texts at full width) uses about 250 KiB of pool and 125 KiB of text.
+cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(384 * 1024, 256 * 1024) {
+  // The largest record of each kind, rendered once: the pages and the code
+  // its documents need are then in place; the first record leaves no trace.
+  auto rec = std::make_unique<kv_dolby_metadata_t>();
+  for (int32_t kind : largest_records::kKinds) {
+    largest_records::Fill(kind, *rec);
+    PrepareMetadataJson(*rec, 0);
+  }
   std::memset(&mLastRecord, 0, sizeof mLastRecord);
+  NewDocument();
 }
 
 cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {
@@ -135,40 +145,16 @@ void cPADMetadataJsonDecStatus::AddStatusInfoObject(const kv_dolby_metadata_t& r
 }
 
 Value* cPADMetadataJsonDecStatus::ResetItemBlock(Value& block, const char* title) {
-  mItemTitle.assign(title);
-  mItemDesc.clear();
-  AddUpdateObjectMember<int>(mItemTitle, 0, mItemDesc, block);
-  return EmptyExData(block);
+  AddUpdateObjectMember(title, 0, "", block);
+  return FreshArrayMember("ExData", block);
 }
-
-Value* cPADMetadataJsonDecStatus::EmptyExData(Value& obj) { return FreshArrayMember("ExData", obj); }
 
 // ---------------------------------------------------------------------------
 // Item writers
 
-void cPADMetadataJsonDecStatus::AddCodedItem(const code_tables::CodedItem& item, int code,
-                                             Value& obj) {
-  if (const char* text = item.table.Find(static_cast<unsigned>(code))) {
-    AddItem(item.key, item.title, code, text, obj);
-    return;
-  }
-  AddItem(item.key, item.otherTitle ? item.otherTitle : item.title, code,
-          item.otherText ? std::string(item.otherText) : std::to_string(code), obj);
-}
-
-void cPADMetadataJsonDecStatus::AddCodedItem(const code_tables::CodedItem& item, unsigned int code,
-                                             Value& obj) {
-  if (const char* text = item.table.Find(code)) {
-    AddItem(item.key, item.title, code, text, obj);
-    return;
-  }
-  AddItem(item.key, item.otherTitle ? item.otherTitle : item.title, code,
-          item.otherText ? std::string(item.otherText) : std::to_string(code), obj);
-}
-
 void cPADMetadataJsonDecStatus::AddFlagItem(const code_tables::FlagItem& item, int value,
                                             Value& obj) {
-  AddItem(item.key, item.title, value, value != 0 ? item.whenSet : item.whenClear, obj);
+  AddUpdateObjectMemberToObject(item.key, item.title, value, value != 0 ? item.whenSet : item.whenClear, obj);
 }
 
 // ---------------------------------------------------------------------------
@@ -190,16 +176,16 @@ void cPADMetadataJsonDecStatus::AddUpdateStreamType(dlb_padc_ui_md_type_t mdType
       default: break;  // an unknown block keeps "PCM"
     }
   }
-  AddItem("Type", "Type", static_cast<unsigned int>(typeId), desc, obj);
+  AddUpdateObjectMemberToObject("Type", "Type", static_cast<unsigned int>(typeId), desc, obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateInputSignalType(SysInputType_e inputType, Value& obj) {
-  AddItem("SignalType", "Signal Type", static_cast<unsigned int>(inputType),
+  AddUpdateObjectMemberToObject("SignalType", "Signal Type", static_cast<unsigned int>(inputType),
           inputType == SYS_INPUT_TYPE_SDI ? "SDI" : "AES", obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateDZPair(unsigned int pair, Value& obj) {
-  AddItem("Pair", "Pair", pair, std::to_string(pair), obj);
+  AddUpdateObjectMemberToObject("Pair", "Pair", pair, item_text::Decimal(pair), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateSpeakerConfig(int config, Value& obj) {
@@ -211,47 +197,46 @@ void cPADMetadataJsonDecStatus::AddUpdateOutputSpeakerConfig(int config, Value& 
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateAtmosStatus(bool enabled, Value& obj) {
-  AddItem("Atmos", "Atmos Decode", enabled ? 1u : 0u, enabled ? "Enabled" : "Disabled", obj);
+  AddUpdateObjectMemberToObject("Atmos", "Atmos Decode", enabled ? 1u : 0u,
+                                enabled ? "Enabled" : "Disabled", obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgAtmosPresent(unsigned int present, Value& obj) {
   const bool isPresent = present != 0;
-  AddItem("AtmosPresent", "Atmos Presence", isPresent, isPresent ? "Yes" : "No", obj);
+  AddUpdateObjectMemberToObject("AtmosPresent", "Atmos Presence", isPresent, isPresent ? "Yes" : "No", obj);
   AddUpdateBooleanMember("IsAtmosPresent", isPresent);
 }
 
 void cPADMetadataJsonDecStatus::AddFrameRate(unsigned short code, Value& obj) {
   const float rate = static_cast<float>(code) / 100.0f;
-  std::string desc;
-  if (const char* text = code_tables::FrameRateText(code)) {
-    desc = text;
-  } else {
-    char buffer[32];
-    std::snprintf(buffer, sizeof buffer, "%f", static_cast<double>(rate));
-    desc = buffer;
-  }
-  AddItem("FrameRate", "Frame rate", rate, desc, obj);
+  const char* text = code_tables::FrameRateText(code);
+  // Without a text of its own the rate is shown as "%f" prints it.
+  AddUpdateObjectMemberToObject("FrameRate", "Frame rate", rate,
+                                text ? item_text::Text(text) : item_text::Fixed(rate, 6), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddBitDepth(unsigned char code, Value& obj) {
-  AddItem("BitDepth", "Bit depth", static_cast<int>(code), code == 16 ? "16 bits" : "20 bits", obj);
+  AddUpdateObjectMemberToObject("BitDepth", "Bit depth", static_cast<int>(code),
+                                code == 16 ? "16 bits" : "20 bits", obj);
 }
 
-void cPADMetadataJsonDecStatus::AddPrgCfg(const char* config, Value& obj) {
-  AddItem("PrgCfg", "Program configuration", std::string(config ? config : ""), "", obj);
+void cPADMetadataJsonDecStatus::AddPrgCfg(std::string_view config, Value& obj) {
+  AddUpdateObjectMemberToObject("PrgCfg", "Program configuration", config, "", obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgCount(unsigned int count, Value& obj) {
-  AddItem("PrgCount", "Program count", count, std::to_string(count), obj);
+  AddUpdateObjectMemberToObject("PrgCount", "Program count", count, item_text::Decimal(count), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddCurrentPrg(unsigned int program, Value& obj) {
-  AddItem("MonitorPrg", "Selected Program", program,
-          program == 0 ? std::string("All Programs") : std::to_string(program), obj);
+  AddUpdateObjectMemberToObject("MonitorPrg", "Selected Program", program,
+                                program == 0 ? item_text::Text("All Programs") : item_text::Decimal(program),
+                                obj);
 }
 
 void cPADMetadataJsonDecStatus::AddMetadataID(unsigned short id, Value& obj) {
-  AddItem("MetadataID", "Metadata ID", static_cast<int>(id), std::to_string(id), obj);
+  AddUpdateObjectMemberToObject("MetadataID", "Metadata ID", static_cast<int>(id), item_text::Decimal(id),
+                                obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgMixingLevel(int /*audprodie*/, int mixlevel, Value& obj) {

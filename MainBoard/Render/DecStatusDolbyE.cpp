@@ -18,7 +18,7 @@ void cPADMetadataJsonDecStatus::AddDolbyEStatusInfo(const kv_dolby_metadata_t& r
     AddUpdateStreamType(rec.mdType, rec.typeId, entry);
     AddFrameRate(dolbye.frameRate, entry);
     AddBitDepth(dolbye.bitDepth, entry);
-    AddPrgCfg(BoundedText(dolbye.programConfig).c_str(), entry);
+    AddPrgCfg(BoundedView(dolbye.programConfig), entry);
     AddPrgCount(dolbye.programCount, entry);
     AddUpdateInputSignalType(rec.inputType, entry);
     AddUpdateDZPair(rec.inputType != 0 ? rec.dzPair : 0u, entry);
@@ -42,7 +42,7 @@ void cPADMetadataJsonDecStatus::AddProgram(unsigned int i, const dlb_padc_ui_md_
                                            Value& programs) {
   if (!programs.IsArray()) return;
   const dlb_padc_dolbye_program_s program = DolbyEProgram(dolbye, i);
-  const std::string desc = std::to_string(i);
+  const item_text::Text desc = item_text::Decimal(i);
   Value sections(rapidjson::kArrayType);
 
   AppendSection(sections, ct::kBitstreamInfo, i, desc, [&](Value& entry) {
@@ -76,7 +76,7 @@ void cPADMetadataJsonDecStatus::AddProgram(unsigned int i, const dlb_padc_ui_md_
 
 void cPADMetadataJsonDecStatus::AddProgramDynrng(int dynrngProfile, Value& obj) {
   if (dynrngProfile == ct::kDynrngProfileUnknownCode) {
-    AddItem(ct::kDynrngProfile.key, ct::kDynrngProfile.title, dynrngProfile,
+    AddUpdateObjectMemberToObject(ct::kDynrngProfile.key, ct::kDynrngProfile.title, dynrngProfile,
             ct::kDynrngProfileUnknownText, obj);
   } else {
     AddCodedItem(ct::kDynrngProfile, dynrngProfile, obj);

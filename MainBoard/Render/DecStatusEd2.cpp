@@ -1,8 +1,6 @@
 // ED2 "StatusInfo": one stream entry for the programme pair and, when object
 // audio is decoded from the neighbouring pair, a second entry for that pair.
 
-#include <string>
-
 #include "PADMetadataJsonDecStatus.h"
 
 using rapidjson::Value;
@@ -22,14 +20,14 @@ void cPADMetadataJsonDecStatus::AddED2StatusInfo(const kv_dolby_metadata_t& rec,
 
   const dlb_padc_ui_md_ed2_s& ed2 = rec.md.ed2;
   const bool objectPair = Ed2HasObjectPair(rec);
-  const std::string programConfig = BoundedText(ed2.programConfig);
+  const std::string_view programConfig = BoundedView(ed2.programConfig);
   // The two entries differ only in the pair they describe.
   auto addStream = [&](unsigned int pair) {
     AppendEntry(*exData, [&](Value& entry) {
       AddUpdateStreamType(rec.mdType, rec.typeId, entry);
       AddFrameRate(ed2.frameRate, entry);
       AddMetadataID(ed2.metadataId, entry);
-      AddPrgCfg(programConfig.c_str(), entry);
+      AddPrgCfg(programConfig, entry);
       AddUpdateAtmosStatus(objectPair, entry);
       AddUpdateInputSignalType(rec.inputType, entry);
       AddUpdateDZPair(rec.inputType != 0 ? pair : 0u, entry);

@@ -5,6 +5,8 @@
 
 #include <rapidjson/writer.h>
 
+#include "ItemText.h"
+
 using rapidjson::Value;
 
 namespace {
@@ -20,7 +22,9 @@ cMetadataJson::cMetadataJson(std::size_t poolBytes, std::size_t textBytes)
     : mPoolBlock(KeptBlock(poolBytes)),
       mPool(mPoolBlock.get(), poolBytes),
       mWriterStack(mWriterStackBlock, sizeof mWriterStackBlock),
-      mDoc(&mPool) {
+      mDoc(&mPool),
+      mItemStack(mItemStackBlock, sizeof mItemStackBlock),
+      mItemBuilder(&mPool, kItemStackBytes / 4, &mItemStack) {
   mDoc.SetObject();
   mBuffer.Reserve(textBytes);
 }
@@ -52,10 +56,9 @@ void cMetadataJson::AddUpdateMember(const char* name, bool value, Value& obj) {
   SetMember(name, Value(value), obj);
 }
 
-void cMetadataJson::AddUpdateMember(const char* name, const std::string& value, Value& obj) {
+void cMetadataJson::AddUpdateMember(const char* name, std::string_view value, Value& obj) {
   if (!obj.IsObject()) return;
-  SetMember(name, Value(value.c_str(), static_cast<rapidjson::SizeType>(value.size()), Allocator()),
-            obj);
+  SetMember(name, Value(value.data(), static_cast<rapidjson::SizeType>(value.size()), Allocator()), obj);
 }
 
 void cMetadataJson::MakeRootObject() {
@@ -72,7 +75,7 @@ void cMetadataJson::AddUpdateBooleanMember(const char* name, bool value) {
   AddUpdateMember(name, value, mDoc);
 }
 
-void cMetadataJson::AddUpdateStringMember(const char* name, std::string& value) {
+void cMetadataJson::AddUpdateStringMember(const char* name, std::string_view value) {
   MakeRootObject();
   AddUpdateMember(name, value, mDoc);
 }
@@ -84,24 +87,47 @@ void cMetadataJson::AddArrayMemberInObject(const char* name, Value& obj) {
   obj.AddMember(Value(rapidjson::StringRef(name)), Value(rapidjson::kArrayType), Allocator());
 }
 
-Value* cMetadataJson::FreshArrayMember(const char* name, Value& obj) {
+Value* cMetadataJson::FreshMember(const char* name, rapidjson::Type type, Value& obj) {
   if (!obj.IsObject()) return nullptr;
-  AddArrayMemberInObject(name, obj);
   Value::MemberIterator it = obj.FindMember(name);
-  if (it == obj.MemberEnd() || !it->value.IsArray()) return nullptr;
-  it->value.Clear();
+  if (it == obj.MemberEnd()) {
+    obj.AddMember(Value(rapidjson::StringRef(name)), Value(type), Allocator());
+    return &(obj.MemberEnd() - 1)->value;
+  }
+  if (it->value.GetType() != type) return nullptr;
+  if (type == rapidjson::kArrayType) {
+    it->value.Clear();
+  } else {
+    it->value.RemoveAllMembers();
+  }
   return &it->value;
 }
 
-void cMetadataJson::AddStringMember(const char* name, std::string& value, Value& obj) {
+Value* cMetadataJson::FreshArrayMember(const char* name, Value& obj) {
+  return FreshMember(name, rapidjson::kArrayType, obj);
+}
+
+Value* cMetadataJson::FreshObjectMember(const char* name, Value& obj) {
+  return FreshMember(name, rapidjson::kObjectType, obj);
+}
+
+void cMetadataJson::AddStringMember(const char* name, std::string_view value, Value& obj) {
   if (!obj.IsObject()) return;
   obj.AddMember(Value(rapidjson::StringRef(name)),
-                Value(value.c_str(), static_cast<rapidjson::SizeType>(value.size()), Allocator()),
+                Value(value.data(), static_cast<rapidjson::SizeType>(value.size()), Allocator()),
                 Allocator());
 }
 
-void cMetadataJson::AddUpdateObjectMemberWithFloatFactor(std::string& title, int data, int ffactor,
-                                                         std::string& desc, Value& obj) {
+Value* cMetadataJson::ItemMember(const char* key, Value& parent) {
+  if (!parent.IsObject()) return nullptr;
+  Value::MemberIterator it = parent.FindMember(key);
+  if (it != parent.MemberEnd()) return &it->value;
+  parent.AddMember(Value(rapidjson::StringRef(key)), Value(rapidjson::kObjectType), Allocator());
+  return &(parent.MemberEnd() - 1)->value;
+}
+
+void cMetadataJson::AddUpdateObjectMemberWithFloatFactor(std::string_view title, int data, int ffactor,
+                                                         std::string_view desc, Value& obj) {
   if (!obj.IsObject()) return;
   AddUpdateMember("Title", title, obj);
   AddUpdateMember("Data", data, obj);
@@ -109,18 +135,19 @@ void cMetadataJson::AddUpdateObjectMemberWithFloatFactor(std::string& title, int
   AddUpdateMember("Desc", desc, obj);
 }
 
-void cMetadataJson::AddUpdateObjectMemberToObjectWithFloatFactor(const char* key, std::string& title,
+void cMetadataJson::AddUpdateObjectMemberToObjectWithFloatFactor(const char* key, std::string_view title,
                                                                  int data, int ffactor,
-                                                                 std::string& desc, Value& parent) {
-  if (!parent.IsObject()) return;
-  Value::MemberIterator it = parent.FindMember(key);
-  if (it != parent.MemberEnd()) {
-    AddUpdateObjectMemberWithFloatFactor(title, data, ffactor, desc, it->value);
-    return;
+                                                                 std::string_view desc, Value& parent) {
+  if (Value* item = ItemMember(key, parent)) {
+    AddUpdateObjectMemberWithFloatFactor(title, data, ffactor, desc, *item);
   }
-  Value item(rapidjson::kObjectType);
-  AddUpdateObjectMemberWithFloatFactor(title, data, ffactor, desc, item);
-  parent.AddMember(Value(rapidjson::StringRef(key)), item, Allocator());
+}
+
+void cMetadataJson::AddObjectPositionItems(float x, float y, float z, Value& obj) {
+  const item_text::DisplayPosition shown = item_text::ToDisplay(x, y, z);
+  AddUpdateObjectMemberToObject("x", "Object Position x", shown.x, item_text::TwoDecimals(x), obj);
+  AddUpdateObjectMemberToObject("y", "Object Position y", shown.y, item_text::TwoDecimals(y), obj);
+  AddUpdateObjectMemberToObject("z", "Object Position z", shown.z, item_text::TwoDecimals(z), obj);
 }
 
 Value* cMetadataJson::RootObjectMember(const char* name) {

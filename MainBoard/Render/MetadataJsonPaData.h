@@ -11,6 +11,8 @@
 // L R C LFE Ls Rs) with its speaker list (" L R C LFE Ls Rs") as "Desc".
 // "PaBed" uses the same item for the bed it describes.
 
+#include <string_view>
+
 #include "MetadataJson.h"
 #include "Record/DolbyMetadataRecord.h"
 
@@ -30,22 +32,29 @@ class cMetadataJsonPaData : public cMetadataJson {
   // is not ED2 gives the empty object.
   int PreparePaMetadataJson(const kv_dolby_metadata_t& record, bool objectsEnabled, long timeStamp);
 
+  // The root's "Presentations" array (found or created, emptied) with one
+  // entry per presentation of record, at most 16.
   void AddPresentations(const kv_dolby_metadata_t& record);
+  // Appends presentation index's entry ("Name", "PaObjects", "PaBed") to
+  // presentations; nothing when it is no array or index is past 15.
   void AddPresentation(unsigned int index, const kv_dolby_metadata_t& record, Value& presentations);
-  void AddPresentationName(const char* name, Value& entry);
+  // The "Name" item of entry: "Data" true, "Desc" the name.
+  void AddPresentationName(std::string_view name, Value& entry);
+  // entry's "PaObjects" (found or created, emptied): the beds, then the
+  // dynamic objects, that presentation index includes.
   void AddPAObjectsArray(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
+  // entry's "PaBed" (found or created, emptied; left alone when it is no
+  // object): the first bed presentation index includes and its sources.
   void AddBedObject(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2, Value& entry);
 
  private:
-  // The largest presentation document (16 presentations, every bed and
-  // object) uses about 3.1 MiB of pool, most of it left behind by growing
-  // arrays, and 320 KiB of text.
-  cMetadataJsonPaData() : cMetadataJson(4 * 1024 * 1024, 512 * 1024) {}
+  // Renders the largest ED2 record once (see the status renderer).
+  cMetadataJsonPaData();
 
   void AddBedEntry(const dlb_padc_ui_md_ed2_s& ed2, unsigned int bed, Value& objects);
   void AddDynamicObjectEntry(const dlb_padc_ui_md_ed2_s& ed2, unsigned int object, unsigned int set,
                              Value& objects);
   void AddBedSource(const dlb_padc_ui_md_ed2_s& ed2, unsigned int bed, unsigned int source,
                     unsigned int set, Value& sources);
-  void AddSpeakerConfigItem(const std::string& label, const std::string& channels, Value& obj);
+  void AddSpeakerConfigItem(std::string_view label, std::string_view channels, Value& obj);
 };

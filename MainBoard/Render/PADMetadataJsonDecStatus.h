@@ -7,12 +7,14 @@
 //   DecStatusDolbyE.cpp    Dolby E: "Programs"
 //   DecStatusAc4.cpp       AC-4: stream, presentation and substream entries
 //   DecStatusEd2.cpp       ED2: one or two stream entries
-// Code-to-text tables live in CodeTables.h and Ac4PadUi.h.
+// Code-to-text tables live in CodeTables.h, shared texts and value transforms
+// in ItemText.h.
 
-#include <string>
+#include <string_view>
 #include <utility>
 
 #include "CodeTables.h"
+#include "ItemText.h"
 #include "MetadataJson.h"
 #include "Record/DolbyMetadataRecord.h"
 
@@ -20,7 +22,10 @@ class Logger;
 
 class cPADMetadataJsonDecStatus : public cMetadataJson {
  public:
+  // The one renderer of the process, created on first use (its pool and text
+  // buffer with it); null when it cannot be allocated. Owned by the class.
   static cPADMetadataJsonDecStatus* GetInstance();
+  // Destroys the renderer (registered with atexit); GetInstance makes a new one.
   static void DeleteInstance();
 
   static cPADMetadataJsonDecStatus* mpJDecStatus;
@@ -32,7 +37,8 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // True when rec's codec block differs from the last rendered record's.
   bool requireUpdate(const kv_dolby_metadata_t& rec) const;
 
-  // ---- "StatusInfo" per codec (root find-or-create, then fill)
+  // ---- "StatusInfo" per codec. The ...Object forms find or create the root's
+  // "StatusInfo" object and fill it; the others fill the given object.
   void AddPCMStatusInfoObject(const kv_dolby_metadata_t& rec);
   void AddPCMStatusInfo(const kv_dolby_metadata_t& rec, Value& statusInfo);
   void AddDDPStatusInfoObject(const kv_dolby_metadata_t& rec);
@@ -44,7 +50,8 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   void AddED2StatusInfoObject(const kv_dolby_metadata_t& rec);
   void AddED2StatusInfo(const kv_dolby_metadata_t& rec, Value& statusInfo);
 
-  // ---- common item adders
+  // ---- common item adders: each adds or updates one item of obj (see
+  // cMetadataJson::AddUpdateObjectMemberToObject).
   void AddUpdateStreamType(dlb_padc_ui_md_type_t mdType, int typeId, Value& obj);
   void AddUpdateInputSignalType(SysInputType_e inputType, Value& obj);
   void AddUpdateDZPair(unsigned int pair, Value& obj);
@@ -54,12 +61,13 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   void AddPrgAtmosPresent(unsigned int present, Value& obj);
   void AddFrameRate(unsigned short code, Value& obj);
   void AddBitDepth(unsigned char code, Value& obj);
-  void AddPrgCfg(const char* config, Value& obj);
+  void AddPrgCfg(std::string_view config, Value& obj);
   void AddPrgCount(unsigned int count, Value& obj);
   void AddCurrentPrg(unsigned int program, Value& obj);
   void AddMetadataID(unsigned short id, Value& obj);
 
-  // ---- Dolby Digital (Plus)
+  // ---- Dolby Digital (Plus): "AtmosInfo" (root object), its "PaObjects",
+  // and the first `count` entries (at most 16) of the root's "Streams".
   void AddDDPAtmosInfoObject(const dlb_padc_ui_md_ddp_s& ddp);
   void AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp, Value& atmosInfo);
   void AddDDPObjectsArray(const dlb_padc_ui_md_ddp_s& ddp, Value& exData);
@@ -67,7 +75,7 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   void AddSubstreams(unsigned int count, const dlb_padc_ui_md_ddp_s& ddp);
   void AddSubstream(unsigned int i, const dlb_padc_ui_md_ddp_s& ddp, Value& streams);
 
-  // ---- Dolby E
+  // ---- Dolby E: the first `count` entries (at most 16) of the root's "Programs".
   void AddPrograms(unsigned int count, const dlb_padc_ui_md_dolbye_s& dolbye);
   void AddProgram(unsigned int i, const dlb_padc_ui_md_dolbye_s& dolbye, Value& programs);
   // Ignores its first argument (the Dolby E path passes its production
@@ -81,6 +89,7 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
     unsigned shown;   // number shown for it: active + 1, or 0 without presentations
     bool atmos;       // the active presentation signals Atmos (atmosIndication 2)
   };
+  // The presentations shown for rec's AC-4 block and the active one.
   static Ac4Selection SelectAc4Presentation(const kv_dolby_metadata_t& rec);
   // True when atmosDecode is on and the ED2 stream carries object audio,
   // i.e. a second pair is described.
@@ -100,17 +109,6 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // is not an object or its "ExData" is not an array. Used by "StatusInfo"
   // and "AtmosInfo".
   Value* ResetItemBlock(Value& block, const char* title);
-  // The "ExData" array of obj, created if missing and emptied; null when obj is
-  // not an object or "ExData" is not an array.
-  Value* EmptyExData(Value& obj);
-  // Appends to array (if it is one) a new object filled by fill(Value& entry).
-  template <typename Fill>
-  void AppendEntry(Value& array, Fill&& fill) {
-    if (!array.IsArray()) return;
-    Value entry(rapidjson::kObjectType);
-    fill(entry);
-    array.PushBack(entry, Allocator());
-  }
   // The one-entry "StatusInfo": item fields with title, "ExData" rebuilt with
   // exactly one entry that fill(Value& entry) fills with the codec's items.
   template <typename Fill>
@@ -123,12 +121,14 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // sections, the entry filled by fill(Value& entry).
   template <typename Fill>
   void AppendSection(Value& sections, const code_tables::Section& section, unsigned int index,
-                     const std::string& desc, Fill&& fill) {
+                     std::string_view desc, Fill&& fill) {
     AppendEntry(sections, [&](Value& holder) {
-      AddItem<unsigned int>(section.key, section.title, index, desc, holder);
+      AddUpdateObjectMemberToObject(section.key, section.title, index, desc, holder);
       Value::MemberIterator it = holder.FindMember(section.key);
       if (it == holder.MemberEnd()) return;
-      if (Value* exData = EmptyExData(it->value)) AppendEntry(*exData, std::forward<Fill>(fill));
+      if (Value* exData = FreshArrayMember("ExData", it->value)) {
+        AppendEntry(*exData, std::forward<Fill>(fill));
+      }
     });
   }
   // The "Downmixing" items, the same for the substream and a program.
@@ -142,29 +142,29 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   }
 
   // ---- item writers
-  // The title and description go through two strings kept for the purpose, so
-  // that rendering an item allocates nothing outside the document's pool.
-  template <typename T>
-  void AddItem(const char* key, const char* title, T data, const char* desc, Value& obj) {
-    mItemTitle.assign(title);
-    mItemDesc.assign(desc);
-    AddUpdateObjectMemberToObject<T>(key, mItemTitle, data, mItemDesc, obj);
+  // The item of a coded value: "Data" the code (of type Code, int or
+  // unsigned int), the table text as "Desc", or outside the table the
+  // item's other title and text (the code in decimal without one).
+  template <typename Code>
+  void AddCodedItem(const code_tables::CodedItem& item, Code code, Value& obj) {
+    if (const char* text = item.table.Find(static_cast<unsigned>(code))) {
+      AddUpdateObjectMemberToObject(item.key, item.title, code, text, obj);
+      return;
+    }
+    AddUpdateObjectMemberToObject(item.key, item.otherTitle ? item.otherTitle : item.title, code,
+                                  item.otherText ? item_text::Text(item.otherText) : item_text::Decimal(code),
+                                  obj);
   }
-  template <typename T>
-  void AddItem(const char* key, const char* title, T data, const std::string& desc, Value& obj) {
-    AddItem(key, title, data, desc.c_str(), obj);
-  }
-  void AddCodedItem(const code_tables::CodedItem& item, int code, Value& obj);
-  void AddCodedItem(const code_tables::CodedItem& item, unsigned int code, Value& obj);
   void AddFlagItem(const code_tables::FlagItem& item, int value, Value& obj);
 
   // ---- Dolby Digital (Plus) substream items that depend on more than their code
   void AddSubstreamDatarate(int datarate, Value& obj);
   void AddSubstreamDsurmod(int dsurmod, int acmod, Value& obj);
+  // ---- AC-4 entries of "Presentations" and "Substreams"
+  void AddAc4PresentationItems(const dlb_padc_ac4_presentation_s& p, Value& entry);
+  void AddAc4SubstreamItems(unsigned index, const dlb_padc_ac4_substream_s& s, Value& entry);
   // ---- Dolby E program item with an extra code
   void AddProgramDynrng(int dynrngProfile, Value& obj);
 
   kv_dolby_metadata_t mLastRecord;
-  std::string mItemTitle;
-  std::string mItemDesc;
 };

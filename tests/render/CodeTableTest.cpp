@@ -1,6 +1,6 @@
 // Every code-to-text table, entry by entry, as the documents must show it,
-// with the text of the first code past its end. The ED2 speaker and object
-// class tables are in the golden case ed2-speaker-types-and-classes.
+// with the text of the first code past its end. The ED2 speaker positions and
+// content classes are in the golden case ed2-speaker-types-and-classes.
 
 #include <gtest/gtest.h>
 
@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "Ac4PadUi.h"
 #include "CodeTables.h"
+#include "ItemText.h"
 #include "Reader/DlbStatusSubx.h"
 #include "RenderTestSupport.h"
 
@@ -21,6 +21,9 @@ using Lookup = std::function<const char*(int)>;
 
 Lookup Coded(const ct::CodedItem& item) {
   return [&item](int code) { return item.table.Find(static_cast<unsigned>(code)); };
+}
+Lookup Texts(const ct::TextTable& table) {
+  return [&table](int code) { return table.Text(static_cast<unsigned>(code)); };
 }
 
 struct TableRows {
@@ -62,8 +65,8 @@ const std::vector<TableRows>& Tables() {
         "-12.0", "-13.5", "-15.0", "-36.0", "0.0", "Auto", nullptr}},
       {"surround trim", Coded(ct::kSurroundTrim), 17, {"Auto", nullptr}},
       {"height trim", Coded(ct::kHeightTrim), 16, {"0.0", "Auto", nullptr}},
-      {"bed channel", [](int c) { return ct::kBedChannelNames.Find(static_cast<unsigned>(c)); }, 0,
-       {"L", "R", "C", "LFE", "Ls", "Rs", "Lrs", "Rrs", "Lfh", "Rfh", "Ltm", "Rtm", "Lrh", "Rrh", "Lw",
+      {"speaker type", [](int c) { return ct::kSpeakerNames.Find(static_cast<unsigned>(c)); }, 0,
+       {"-", "L", "R", "C", "LFE", "Ls", "Rs", "Lrs", "Rrs", "Lfh", "Rfh", "Ltm", "Rtm", "Lrh", "Rrh", "Lw",
         "Rw", "LFE2", nullptr}},
       {"object class", Coded(ct::kObjectClass), 1, {"Dialogue", "Not dialog", "Mixed", nullptr}},
       {"program centre mix", Coded(ct::kCmixlev), 0, {"-3.0 dB", "-4.5 dB", "-6.0 dB", nullptr}},
@@ -76,36 +79,34 @@ const std::vector<TableRows>& Tables() {
        {"Stereo", "5.1", "7.1", "5.1.2", "5.1.4", "7.1.4", "9.1.6", nullptr}},
       {"output speaker configuration", Coded(ct::kOutputChannelConfig), 6, {"9.1.6", nullptr}},
       // AC-4
-      {"AC-4 frame rate", [](int c) { return Ac4PadUi::FrameRate(c); }, 0,
+      {"AC-4 frame rate", Texts(ct::kFrameRateIndexes), 0,
        {"23.98 fps", "24 fps", "25 fps", "29.97 fps", "30 fps", "47.95 fps", "48 fps", "50 fps",
         "59.94 fps", "60 fps", "100 fps", "119.98 fps", "120 fps", "23.44 fps", "Reserved", "Reserved",
         "Unknown"}},
-      {"AC-4 dialogue enhancement limit", [](int c) { return Ac4PadUi::DeGainLimit(c); }, 0,
+      {"AC-4 dialogue enhancement limit", Texts(ct::kDialogueGainLimits), 0,
        {"0.0 dB", "3.0 dB", "6.0 dB", "9.0 dB", "12.0 dB", "Unknown"}},
-      {"AC-4 output channels", [](int c) { return Ac4PadUi::ChannelConfig(c); }, 0,
+      {"AC-4 output channels", Texts(ct::kOutputChannelLayouts), 0,
        {"2.0", "5.1", "5.1.2", "5.1.4", "Unknown"}},
-      {"AC-4 speaker configuration", [](int c) { return Ac4PadUi::SpeakerConfig(c); }, 0,
+      {"AC-4 speaker configuration", Texts(ct::kDeviceSpeakerConfigs), 0,
        {"Stereo", "5.1", "5.1.4", "5.1.2", "5.1.4", "5.1.4", "5.1.4", "Unknown"}},
-      {"AC-4 loudness regulation", [](int c) { return Ac4PadUi::LoudnessRegulation(1, c); }, 0,
+      {"AC-4 loudness regulation", Texts(ct::kLoudnessPractices), 0,
        {"Not indicated", "ATSC A/85", "EBU R128", "ARIB TR-B32", "FreeTV OP-59", "Reserved", "Reserved",
         "Reserved", "Reserved", "Reserved", "Reserved", "Reserved", "Reserved", "Reserved", "Manual",
         "Customer leveler", "Reserved"}},
-      {"AC-4 DRC decoder mode", [](int c) { return Ac4PadUi::DrcDecoderModeName(c); }, 0,
+      {"AC-4 DRC decoder mode", Texts(ct::kDrcDecoderModes), 0,
        {"Home theater AVR", "Flat panel TV", "Portable speakers", "Portable headphones", "Reserved",
         "Reserved", "Reserved", "Reserved", "Reserved"}},
-      {"AC-4 DRC profile", [](int c) { return Ac4PadUi::DrcProfile(c); }, -1,
+      {"AC-4 DRC profile", ct::DrcProfileText, -1,
        {"Not present", "None", "Film Standard", "Film Light", "Music Standard", "Music Light", "Speech",
         "Reserved", "Reserved", "User defined", "Gains only", "Reserved"}},
-      {"AC-4 stereo downmix gain", [](int c) { return Ac4PadUi::StereoDmxGain(c); }, -1,
-       {"Not present", "3.0 dB", "1.5 dB", "0.0 dB", "-1.5 dB", "-3.0 dB", "-4.5 dB", "-6.0 dB",
+      {"AC-4 stereo downmix gain", Texts(ct::kStereoDownmixGains), 0,
+       {"3.0 dB", "1.5 dB", "0.0 dB", "-1.5 dB", "-3.0 dB", "-4.5 dB", "-6.0 dB",
         "-inf dB", "Unknown"}},
-      {"AC-4 centre downmix gain", [](int c) { return Ac4PadUi::CdmxGain(1, c); }, 0,
+      {"AC-4 top downmix gain", Texts(ct::kTopDownmixGains), 0,
        {"0.0 dB", "-1.5 dB", "-3.0 dB", "-4.5 dB", "-6.0 dB", "-9.0 dB", "-12.0 dB", "-inf dB", "Unknown"}},
-      {"AC-4 preferred downmix", [](int c) { return Ac4PadUi::PreferredDownmix(c); }, 0,
+      {"AC-4 preferred downmix", Texts(ct::kDownmixModes), 0,
        {"Not indicated", "Lo/Ro", "Lt/Rt", "Pro Logic II", "Not present"}},
-      {"AC-4 dialogue max gain", [](int c) { return Ac4PadUi::DialogMaxGain(c); }, 0,
-       {"Disabled", "3.0 dB", "6.0 dB", "9.0 dB", "12.0 dB", "Disabled"}},
-      {"AC-4 substream DE max gain", [](int c) { return Ac4PadUi::SubstreamDeMaxGain(1, c); }, 0,
+      {"AC-4 dialogue gain steps", Texts(ct::kDialogueGainSteps), 0,
        {"Disabled", "3.0 dB", "6.0 dB", "9.0 dB", "12.0 dB", "Disabled"}},
   };
   return tables;
@@ -125,14 +126,12 @@ TEST(CodeTableTest, FrameRatesAndPresenceRules) {
   const std::pair<unsigned, const char*> rates[] = {{2398, "23.98 fps"}, {2400, "24 fps"}, {2500, "25 fps"},
                                                     {2997, "29.97 fps"}, {300, "30 fps"},    {3000, nullptr}};
   for (const auto& [code, text] : rates) EXPECT_STREQ(ct::FrameRateText(code), text) << code;
-  EXPECT_STREQ(Ac4PadUi::LoudnessRegulation(0, 2), "Not present");
-  EXPECT_STREQ(Ac4PadUi::CdmxGain(0, 2), "Not present");
-  EXPECT_STREQ(Ac4PadUi::StereoDmxGain(-5), "Not present");
-  EXPECT_STREQ(Ac4PadUi::SubstreamDeMaxGain(0, 2), "Disabled");
-  for (int code : {-2, INT_MAX, INT_MIN}) EXPECT_STREQ(Ac4PadUi::DrcProfile(code), "Reserved");
+  for (int code : {-2, INT_MAX, INT_MIN}) EXPECT_STREQ(ct::DrcProfileText(code), "Reserved");
   // "%.2f" of the largest float is 42 characters before " dB": no truncation.
-  EXPECT_EQ(Ac4PadUi::FloatDb(3.4028234663852886e38f, -200.0f), "340282346638528859811704183484516925440.00 dB");
-  EXPECT_EQ(Ac4PadUi::FloatDb(-1e30f, -200.0f), "-inf dB");
+  EXPECT_EQ(item_text::FloatDb(3.4028234663852886e38f, -200.0f).View(),
+            "340282346638528859811704183484516925440.00 dB");
+  EXPECT_EQ(item_text::FloatDb(-1e30f, -200.0f).View(), "-inf dB");
+  EXPECT_EQ(item_text::BitrateKbps(2147483647).View(), "2147484 kbps");
 }
 
 // The reader turns the ED2 misalignment into video lines before rendering:

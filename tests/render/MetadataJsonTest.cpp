@@ -24,11 +24,9 @@ class Json : public cMetadataJson {
 
 TEST(MetadataJsonTest, UpdateKeepsPositionAndTakesTheNewType) {
   Json json;
-  std::string title("Level"), text("high"), desc("d");
-  json.AddUpdateObjectMemberToObject<std::string>("Item", title, text, desc, json.Doc());
+  json.AddUpdateObjectMemberToObject("Item", "Level", std::string_view("high"), "d", json.Doc());
   json.AddUpdateIntegerMember("After", 1);
-  desc = "e";
-  json.AddUpdateObjectMemberToObject<int>("Item", title, -7, desc, json.Doc());
+  json.AddUpdateObjectMemberToObject("Item", "Level", -7, "e", json.Doc());
   EXPECT_EQ(json.Text(), R"({"Item":{"Title":"Level","Data":-7,"Desc":"e"},"After":1})");
 }
 
@@ -80,8 +78,7 @@ TEST(MetadataJsonTest, OnlyRootOperationsTurnTheRootIntoAnObject) {
   EXPECT_EQ(json.Text(), R"({"b":false})");
 
   json.Doc().SetString("x");
-  std::string text("t");
-  json.AddUpdateStringMember("s", text);
+  json.AddUpdateStringMember("s", "t");
   EXPECT_EQ(json.Text(), R"({"s":"t"})");
 }
 
@@ -97,9 +94,8 @@ TEST(MetadataJsonTest, NamesMatchExactlyAndDuplicatesUpdateTheFirst) {
   EXPECT_EQ(json.Text(), R"({"Pair":5,"pair":2,"Pair ":3,"Pai":4})");
 
   Json dup;
-  std::string one("one"), two("two");
-  dup.AddStringMember("k", one, dup.Doc());
-  dup.AddStringMember("k", two, dup.Doc());
+  dup.AddStringMember("k", "one", dup.Doc());
+  dup.AddStringMember("k", "two", dup.Doc());
   dup.AddUpdateMember("k", 9, dup.Doc());
   EXPECT_EQ(dup.Text(), R"({"k":9,"k":"two"})");
 }
@@ -110,19 +106,16 @@ TEST(MetadataJsonTest, NamesMatchExactlyAndDuplicatesUpdateTheFirst) {
 TEST(MetadataJsonTest, ItemRules) {
   Json json;
   json.AddUpdateIntegerMember("Item", 5);
-  std::string title("T"), desc("D");
-  json.AddUpdateObjectMemberToObject<int>("Item", title, 1, desc, json.Doc());
-  json.AddUpdateObjectMemberToObjectWithFloatFactor("Item", title, 1, 10, desc, json.Doc());
+  json.AddUpdateObjectMemberToObject("Item", "T", 1, "D", json.Doc());
+  json.AddUpdateObjectMemberToObjectWithFloatFactor("Item", "T", 1, 10, "D", json.Doc());
   Value notObject(rapidjson::kArrayType);
-  json.AddUpdateObjectMember<int>(title, 1, desc, notObject);
+  json.AddUpdateObjectMember("T", 1, "D", notObject);
   EXPECT_TRUE(notObject.Empty());
   char key[] = "Temporary";
-  json.AddUpdateObjectMemberToObject<bool>(key, title, true, desc, json.Doc());
+  json.AddUpdateObjectMemberToObject(key, "T", true, "D", json.Doc());
   key[0] = 'X';
-  std::string gain("Gain"), db("1.5 dB");
-  json.AddUpdateObjectMemberToObjectWithFloatFactor("G", gain, 15, 10, db, json.Doc());
-  db = "2.0 dB";
-  json.AddUpdateObjectMemberToObjectWithFloatFactor("G", gain, 20, 10, db, json.Doc());
+  json.AddUpdateObjectMemberToObjectWithFloatFactor("G", "Gain", 15, 10, "1.5 dB", json.Doc());
+  json.AddUpdateObjectMemberToObjectWithFloatFactor("G", "Gain", 20, 10, "2.0 dB", json.Doc());
   EXPECT_EQ(json.Text(), R"({"Item":5,"Temporary":{"Title":"T","Data":true,"Desc":"D"},)"
                          R"("G":{"Title":"Gain","Data":20,"FFactor":10,"Desc":"2.0 dB"}})");
 }

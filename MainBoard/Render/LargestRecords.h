@@ -1,0 +1,21 @@
+#pragma once
+// Records as large as each stream kind allows: every count at its limit,
+// every optional field present, every text at its full width. The renderers
+// render them once at start-up, so that the pages and the code that the
+// largest documents need are in place before the first record arrives.
+
+#include "Record/DolbyMetadataRecord.h"
+
+namespace largest_records {
+
+// Stream kinds, one record each: PCM, Dolby Digital Plus with object audio
+// and every bed, Dolby E with 16 programs, AC-4 with 16 presentations and
+// 64 substreams, ED2 with object audio, 16 presentations, 9 beds and 16
+// dynamic objects.
+constexpr int32_t kKinds[] = {stream_type::kPcm, stream_type::kDolbyDigitalPlus, stream_type::kDolbyE,
+                              stream_type::kAc4, stream_type::kEd2};
+
+// Overwrites rec with the largest record of kind typeId (one of kKinds).
+void Fill(int32_t typeId, kv_dolby_metadata_t& rec);
+
+}  // namespace largest_records
