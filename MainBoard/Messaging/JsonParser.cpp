@@ -9,6 +9,7 @@
 #include "HwmEd2JsonMessageParser.h"
 #include "HwmJsonMessageParser.h"
 #include "Logger.h"
+#include "Singleton.h"
 #include "Messaging/DlbSubHandler.h"
 #include "Messaging/Topics.h"
 #include "MqEndpoints.h"
@@ -22,9 +23,7 @@ HwmJsonMessageParser* cJsonParser::mpHwmJsonMsgParser = nullptr;
 HwmEd2JsonMessageParser* cJsonParser::mpHwmEd2JsonMsgParser = nullptr;
 
 cJsonParser* cJsonParser::GetInstance() {
-  if (mpJsonParser == nullptr) {
-    mpJsonParser = new (std::nothrow) cJsonParser();
-    if (mpJsonParser == nullptr) return nullptr;
+  return SingleInstance(mpJsonParser, DeleteInstance, [] { return new cJsonParser(); }, [] {
     cJsonParseSysStatus::mbSysStatus.store(false, std::memory_order_relaxed);
     cJsonParseSysStatus::mbDolbyDecoderDetected.store(false, std::memory_order_relaxed);
     cJsonParseSysStatus::mpLogger = Logger::GetInstance();
@@ -32,9 +31,7 @@ cJsonParser* cJsonParser::GetInstance() {
     mpHwmJsonMsgParser = HwmJsonMessageParser::GetInstance();
     mpHwmEd2JsonMsgParser = HwmEd2JsonMessageParser::GetInstance();
     mpDlbSubHandler = cDlbSubHandler::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpJsonParser;
+  });
 }
 
 void cJsonParser::DeleteInstance() {

@@ -8,6 +8,7 @@
 
 #include "Logger.h"
 #include "PADMetadataJsonDecStatus.h"
+#include "Singleton.h"
 
 using rapidjson::Value;
 
@@ -22,20 +23,12 @@ cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(1024 * 10
 }
 
 cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {
-  if (mpJDecStatus != nullptr) return mpJDecStatus;
-  try {
-    mpJDecStatus = new cPADMetadataJsonDecStatus();
-  } catch (const std::bad_alloc&) {
-    mpJDecStatus = nullptr;
-  }
-  mpLogger = Logger::GetInstance();
-  if (mpJDecStatus == nullptr) {
+  if (SingleInstance(mpJDecStatus, DeleteInstance, [] { return new cPADMetadataJsonDecStatus(); },
+                     [] { mpLogger = Logger::GetInstance(); }) == nullptr) {
+    mpLogger = Logger::GetInstance();
     LOG_AT(cPADMetadataJsonDecStatus, Critical, MSG_LEVEL_CRITICAL,
            "\"Failed to allocate the decoder status renderer.\"");
-    return nullptr;
   }
-  static bool registered = false;
-  if (!registered) registered = std::atexit(DeleteInstance) == 0;
   return mpJDecStatus;
 }
 

@@ -8,6 +8,7 @@
 
 #include "Ac4PadUi.h"
 #include "Logger.h"
+#include "Singleton.h"
 
 using rapidjson::Value;
 
@@ -134,15 +135,11 @@ void AddItem(cMetadataJson& json, Value& parent, const char* key, const char* ti
 }  // namespace
 
 cMetadataJsonPaData* cMetadataJsonPaData::GetInstance() {
-  if (mpJPaData == nullptr) {
-    mpJPaData = new (std::nothrow) cMetadataJsonPaData();
+  if (SingleInstance(mpJPaData, DeleteInstance, [] { return new cMetadataJsonPaData(); },
+                     [] { mpLogger = Logger::GetInstance(); }) == nullptr) {
     mpLogger = Logger::GetInstance();
-    if (mpJPaData == nullptr) {
-      LOG_AT(cMetadataJsonPaData, Critical, MSG_LEVEL_CRITICAL,
-             "\"No memory for the presentation data renderer.\"");
-      return nullptr;
-    }
-    std::atexit(DeleteInstance);
+    LOG_AT(cMetadataJsonPaData, Critical, MSG_LEVEL_CRITICAL,
+           "\"No memory for the presentation data renderer.\"");
   }
   return mpJPaData;
 }

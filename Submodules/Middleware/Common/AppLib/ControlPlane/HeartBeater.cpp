@@ -14,6 +14,7 @@
 #include <rapidjson/writer.h>
 
 #include "Logger.h"
+#include "Singleton.h"
 #include "MqEndpointText.h"
 #include "MqEndpoints.h"
 
@@ -29,13 +30,8 @@ constexpr const char* kUnknownVersion = "Unknown";
 }  // namespace
 
 cHeartBeater* cHeartBeater::GetInstance() {
-  if (mpHeartBeater == nullptr) {
-    mpHeartBeater = new (std::nothrow) cHeartBeater();
-    if (mpHeartBeater == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpHeartBeater;
+  return SingleInstance(mpHeartBeater, DeleteInstance, [] { return new cHeartBeater(); },
+                        [] { mpLogger = Logger::GetInstance(); });
 }
 
 void cHeartBeater::DeleteInstance() {

@@ -1,25 +1,20 @@
 #include "HwmEd2JsonMessageParser.h"
 
-#include <cstdlib>
 #include <exception>
-#include <new>
 
 #include <rapidjson/document.h>
 
 #include "Logger.h"
+#include "Singleton.h"
 
 HwmEd2JsonMessageParser* HwmEd2JsonMessageParser::mpHwmEd2JsonMessageParser = nullptr;
 Logger* HwmEd2JsonMessageParser::mpLogger = nullptr;
 int32_t HwmEd2JsonMessageParser::mLogLevel = MSG_LEVEL_INFO;
 
 HwmEd2JsonMessageParser* HwmEd2JsonMessageParser::GetInstance() {
-  if (mpHwmEd2JsonMessageParser == nullptr) {
-    mpHwmEd2JsonMessageParser = new (std::nothrow) HwmEd2JsonMessageParser();
-    if (mpHwmEd2JsonMessageParser == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpHwmEd2JsonMessageParser;
+  return SingleInstance(
+      mpHwmEd2JsonMessageParser, DeleteInstance, [] { return new HwmEd2JsonMessageParser(); },
+      [] { mpLogger = Logger::GetInstance(); });
 }
 
 void HwmEd2JsonMessageParser::DeleteInstance() {

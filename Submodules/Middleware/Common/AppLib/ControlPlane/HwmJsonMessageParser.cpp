@@ -8,6 +8,7 @@
 #include <rapidjson/document.h>
 
 #include "Logger.h"
+#include "Singleton.h"
 
 HwmJsonMessageParser* HwmJsonMessageParser::mpHwmJsonMessageParser = nullptr;
 Logger* HwmJsonMessageParser::mpLogger = nullptr;
@@ -49,13 +50,9 @@ void ReadString(const Object& obj, const char* key, char (&field)[N]) {
 }  // namespace
 
 HwmJsonMessageParser* HwmJsonMessageParser::GetInstance() {
-  if (mpHwmJsonMessageParser == nullptr) {
-    mpHwmJsonMessageParser = new (std::nothrow) HwmJsonMessageParser();
-    if (mpHwmJsonMessageParser == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpHwmJsonMessageParser;
+  return SingleInstance(
+      mpHwmJsonMessageParser, DeleteInstance, [] { return new HwmJsonMessageParser(); },
+      [] { mpLogger = Logger::GetInstance(); });
 }
 
 void HwmJsonMessageParser::DeleteInstance() {

@@ -15,6 +15,7 @@
 
 #include "MqEndpointText.h"
 #include "MqEndpoints.h"
+#include "Singleton.h"
 
 Logger* Logger::mpLogger = nullptr;
 
@@ -63,7 +64,6 @@ unsigned long long TimeStampMs() {
 
 // Guards creation and deletion of the single instance.
 std::mutex gInstanceMutex;
-bool gExitHandlerRegistered = false;
 
 }  // namespace
 
@@ -80,17 +80,11 @@ Logger::~Logger() {
 
 Logger* Logger::GetInstance() {
   std::lock_guard<std::mutex> lock(gInstanceMutex);
-  if (mpLogger == nullptr) {
-    // czmq shuts its context down from an exit handler of its own. Bringing
-    // it up before registering ours means ours runs first, so a sink socket
-    // still attached at exit is closed while the context is alive.
-    zsys_init();
-    mpLogger = new (std::nothrow) Logger();
-    if (mpLogger != nullptr && !gExitHandlerRegistered) {
-      gExitHandlerRegistered = std::atexit(DeleteInstance) == 0;
-    }
-  }
-  return mpLogger;
+  // czmq shuts its context down from an exit handler of its own. Bringing it
+  // up before registering ours means ours runs first, so a sink socket still
+  // attached at exit is closed while the context is alive.
+  if (mpLogger == nullptr) zsys_init();
+  return SingleInstance(mpLogger, DeleteInstance, [] { return new Logger(); }, [] {});
 }
 
 // Callers must have stopped logging (other threads joined) before this runs;
