@@ -1,9 +1,6 @@
 #include "HwmEd2JsonMessageParser.h"
 
-#include <exception>
-
-#include <rapidjson/document.h>
-
+#include "JsonRead.h"
 #include "Logger.h"
 #include "Singleton.h"
 
@@ -23,18 +20,13 @@ void HwmEd2JsonMessageParser::DeleteInstance() {
 }
 
 bool HwmEd2JsonMessageParser::ParseJsonStr(const char* json) {
-  if (json == nullptr) return false;
-  try {
-    rapidjson::Document doc;
-    doc.Parse<rapidjson::kParseIterativeFlag>(json);
-    if (doc.HasParseError() || !doc.IsObject()) return false;
-
+  return json::ReadObject(json, false, [this](const rapidjson::Value& doc) {
     // Every valid member is kept, even when another one is missing.
     bool all = true;
     auto read = [&doc, &all](const char* key, uint32_t& field) {
-      auto it = doc.FindMember(key);
-      if (it != doc.MemberEnd() && it->value.IsUint()) {
-        field = it->value.GetUint();
+      const rapidjson::Value* v = json::Member(doc, key);
+      if (v != nullptr && v->IsUint()) {
+        field = v->GetUint();
       } else {
         all = false;
       }
@@ -43,7 +35,5 @@ bool HwmEd2JsonMessageParser::ParseJsonStr(const char* json) {
     read("VidLnZP", mVidLnZP);
     read("VidLnNextToZP", mVidLnNextToZP);
     return all;
-  } catch (const std::exception&) {
-    return false;
-  }
+  });
 }

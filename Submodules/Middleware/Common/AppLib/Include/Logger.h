@@ -83,7 +83,7 @@ class Logger {
   Logger& operator=(const Logger&) = delete;
 
   int Log(MsgLevel_e level, const char* fmt, va_list args);
-  bool AttachPush(const std::string& endpoint, bool boundedQueue);
+  bool AttachPush(const std::string& endpoint, int queueLimit);
   bool OpenFile(const char* path);
   bool RewindFile(FILE* stream);
   void CheckFileSize();

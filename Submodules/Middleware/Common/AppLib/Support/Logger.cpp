@@ -15,6 +15,7 @@
 
 #include "MqEndpointText.h"
 #include "MqEndpoints.h"
+#include "MqPush.h"
 #include "Singleton.h"
 
 Logger* Logger::mpLogger = nullptr;
@@ -114,45 +115,22 @@ const char* Logger::GetLevelName(MsgLevel_e level) {
   return "";
 }
 
-int Logger::Critical(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_CRITICAL, fmt, args);
-  va_end(args);
-  return result;
-}
+// The five level functions differ in their level only.
+#define LOGGER_LEVEL_FUNCTION(Name, Level)      \
+  int Logger::Name(const char* fmt, ...) {      \
+    va_list args;                               \
+    va_start(args, fmt);                        \
+    const int result = Log(Level, fmt, args);   \
+    va_end(args);                               \
+    return result;                              \
+  }
 
-int Logger::Error(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_ERROR, fmt, args);
-  va_end(args);
-  return result;
-}
-
-int Logger::Warn(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_WARN, fmt, args);
-  va_end(args);
-  return result;
-}
-
-int Logger::Info(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_INFO, fmt, args);
-  va_end(args);
-  return result;
-}
-
-int Logger::Debug(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_DEBUG, fmt, args);
-  va_end(args);
-  return result;
-}
+LOGGER_LEVEL_FUNCTION(Critical, MSG_LEVEL_CRITICAL)
+LOGGER_LEVEL_FUNCTION(Error, MSG_LEVEL_ERROR)
+LOGGER_LEVEL_FUNCTION(Warn, MSG_LEVEL_WARN)
+LOGGER_LEVEL_FUNCTION(Info, MSG_LEVEL_INFO)
+LOGGER_LEVEL_FUNCTION(Debug, MSG_LEVEL_DEBUG)
+#undef LOGGER_LEVEL_FUNCTION
 
 // One message to up to three outputs. The result is the character count of
 // the caller's text in the last output written (console, then sink, then
@@ -269,38 +247,27 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
   }
 }
 
-// The connection messages name host and port directly, without the usual
-// file-and-line prefix.
-bool Logger::AttachMqOverTcp() {
-  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort), true);
-}
-
-bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::kLogSinkIpc), false); }
-
 // The tcp sink never blocks the caller: a queue of 200 records, and records
 // beyond it are dropped.
-bool Logger::AttachPush(const std::string& endpoint, bool boundedQueue) {
+bool Logger::AttachMqOverTcp() {
+  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort), kSinkHighWaterMark);
+}
+
+bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::kLogSinkIpc), 0); }
+
+// The connection messages name the endpoint directly, without the usual
+// file-and-line prefix. "Connected" is written once the socket is attached,
+// so it reaches the sink as well.
+bool Logger::AttachPush(const std::string& endpoint, int queueLimit) {
   std::lock_guard<std::recursive_mutex> lock(mMutex);
-  const char* text = endpoint.c_str();
-  if (mpMqSock != nullptr) {
-    Error("Seems this instance already connected to %s", text);
-    return false;
-  }
-  zsock_t* sock = zsock_new(ZMQ_PUSH);
-  if (sock == nullptr) return false;
-  if (boundedQueue) {
-    zsock_set_sndhwm(sock, kSinkHighWaterMark);
-    zsock_set_sndtimeo(sock, 0);
-  }
-  Debug("Tryig to connect %s", text);
-  if (zsock_connect(sock, "%s", text) != 0) {
-    zsock_destroy(&sock);
-    Error("Failed to connect to %s", text);
-    return false;
-  }
-  mpMqSock = sock;
-  Info("Connected to %s", text);
-  return true;
+  return mq::ConnectPush(&mpMqSock, endpoint.c_str(), queueLimit, [this](mq::PushStep step, const char* text) {
+    switch (step) {
+      case mq::PushStep::kAlreadyConnected: Error("Seems this instance already connected to %s", text); break;
+      case mq::PushStep::kTrying: Debug("Tryig to connect %s", text); break;
+      case mq::PushStep::kFailed: Error("Failed to connect to %s", text); break;
+      case mq::PushStep::kConnected: Info("Connected to %s", text); break;
+    }
+  });
 }
 
 bool Logger::DetachMq() {
