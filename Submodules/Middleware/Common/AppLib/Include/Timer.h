@@ -21,6 +21,8 @@ class cTimer {
   unsigned GetTimeoutMs() const { return mTimeoutMs; }
 
   static unsigned GetCurrentTimeMs();
+  // Sleeps `ns` nanoseconds (under one second), resuming after signals.
+  static void SleepNs(long ns);
   static void SleepForSomeTime(int microseconds);
   static unsigned GetElapsedTime(timespec* start);
 
