@@ -63,7 +63,7 @@ int OnAppCommand(const char* message) {
     LOG_AT(cJsonParser, Error, 40, "\"Failed to parse application.\"");
     return 0;
   }
-  if (command == 100 || command == 9) {
+  if (command == cHeartBeater::kAppCmdSwUpgrade || command == cHeartBeater::kAppCmdReboot) {
     LOG_AT(cJsonParser, Warn, 30, "\"Got app command %d. Exiting ...\"", command);
     return -1;
   }

@@ -23,13 +23,11 @@ cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(1024 * 10
 }
 
 cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {
-  if (SingleInstance(mpJDecStatus, DeleteInstance, [] { return new cPADMetadataJsonDecStatus(); },
-                     [] { mpLogger = Logger::GetInstance(); }) == nullptr) {
-    mpLogger = Logger::GetInstance();
-    LOG_AT(cPADMetadataJsonDecStatus, Critical, MSG_LEVEL_CRITICAL,
-           "\"Failed to allocate the decoder status renderer.\"");
-  }
-  return mpJDecStatus;
+  mpLogger = Logger::GetInstance();
+  auto make = [] { return new cPADMetadataJsonDecStatus(); };
+  if (SingleInstance(mpJDecStatus, DeleteInstance, make, [] {}) != nullptr) return mpJDecStatus;
+  LOG_AT(cPADMetadataJsonDecStatus, Critical, 50, "\"Failed to allocate the decoder status renderer.\"");
+  return nullptr;
 }
 
 void cPADMetadataJsonDecStatus::DeleteInstance() {

@@ -135,13 +135,11 @@ void AddItem(cMetadataJson& json, Value& parent, const char* key, const char* ti
 }  // namespace
 
 cMetadataJsonPaData* cMetadataJsonPaData::GetInstance() {
-  if (SingleInstance(mpJPaData, DeleteInstance, [] { return new cMetadataJsonPaData(); },
-                     [] { mpLogger = Logger::GetInstance(); }) == nullptr) {
-    mpLogger = Logger::GetInstance();
-    LOG_AT(cMetadataJsonPaData, Critical, MSG_LEVEL_CRITICAL,
-           "\"No memory for the presentation data renderer.\"");
-  }
-  return mpJPaData;
+  mpLogger = Logger::GetInstance();
+  auto make = [] { return new cMetadataJsonPaData(); };
+  if (SingleInstance(mpJPaData, DeleteInstance, make, [] {}) != nullptr) return mpJPaData;
+  LOG_AT(cMetadataJsonPaData, Critical, 50, "\"No memory for the presentation data renderer.\"");
+  return nullptr;
 }
 
 void cMetadataJsonPaData::DeleteInstance() {

@@ -95,22 +95,12 @@ bool cHeartBeater::ConnectMqOverTcp() {
 bool cHeartBeater::ConnectMqOverIpc() { return ConnectPush(mq::detail::IpcEndpoint(mq::kHeartBeatIpc)); }
 
 bool cHeartBeater::ConnectPush(const std::string& endpoint) {
-  return mq::ConnectPush(&mpPushSock, endpoint.c_str(), 0, [](mq::PushStep step, const char* text) {
-    switch (step) {
-      case mq::PushStep::kAlreadyConnected:
-        LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Seems this instance already connected to %s\"", text);
-        break;
-      case mq::PushStep::kTrying:
-        LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect %s\"", text);
-        break;
-      case mq::PushStep::kFailed:
-        LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to %s\"", text);
-        break;
-      case mq::PushStep::kConnected:
-        LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to %s\"", text);
-        break;
-    }
-  });
+  return mq::ConnectPush(&mpPushSock, endpoint.c_str(), 0,
+                         [](MsgLevel_e level, const char* text, const char* where) {
+                           if (mLogLevel > level || mpLogger == nullptr) return;
+                           mpLogger->Write(level, "%s|%u|\"%s %s\"", LogFileName(__FILE__),
+                                           unsigned(__LINE__), text, where);
+                         });
 }
 
 void cHeartBeater::CloseMq() {

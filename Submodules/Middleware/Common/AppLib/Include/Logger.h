@@ -40,6 +40,8 @@ class Logger {
   int Debug(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   int Notify(MsgLevel_e level, const char* title, const char* fmt, ...)
       __attribute__((format(printf, 4, 5)));
+  // The level function of `level`: Write(MSG_LEVEL_ERROR, ...) is Error(...).
+  int Write(MsgLevel_e level, const char* fmt, ...) __attribute__((format(printf, 3, 4)));
 
   bool SendJson(MsgType_e type, MsgLevel_e level, const char* message, const char* title);
   static const char* GetLevelName(MsgLevel_e level);

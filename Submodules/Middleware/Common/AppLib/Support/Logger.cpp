@@ -132,6 +132,14 @@ LOGGER_LEVEL_FUNCTION(Info, MSG_LEVEL_INFO)
 LOGGER_LEVEL_FUNCTION(Debug, MSG_LEVEL_DEBUG)
 #undef LOGGER_LEVEL_FUNCTION
 
+int Logger::Write(MsgLevel_e level, const char* fmt, ...) {
+  va_list args;
+  va_start(args, fmt);
+  const int result = Log(level, fmt, args);
+  va_end(args);
+  return result;
+}
+
 // One message to up to three outputs. The result is the character count of
 // the caller's text in the last output written (console, then sink, then
 // file), 0 when nothing was written and -1 when an exception was caught.
@@ -260,14 +268,10 @@ bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::k
 // so it reaches the sink as well.
 bool Logger::AttachPush(const std::string& endpoint, int queueLimit) {
   std::lock_guard<std::recursive_mutex> lock(mMutex);
-  return mq::ConnectPush(&mpMqSock, endpoint.c_str(), queueLimit, [this](mq::PushStep step, const char* text) {
-    switch (step) {
-      case mq::PushStep::kAlreadyConnected: Error("Seems this instance already connected to %s", text); break;
-      case mq::PushStep::kTrying: Debug("Tryig to connect %s", text); break;
-      case mq::PushStep::kFailed: Error("Failed to connect to %s", text); break;
-      case mq::PushStep::kConnected: Info("Connected to %s", text); break;
-    }
-  });
+  return mq::ConnectPush(&mpMqSock, endpoint.c_str(), queueLimit,
+                         [this](MsgLevel_e level, const char* text, const char* where) {
+                           Write(level, "%s %s", text, where);
+                         });
 }
 
 bool Logger::DetachMq() {
