@@ -75,7 +75,8 @@ int OnProcsStatus(const char* message) {
   if (!cJsonParser::mpJsonParser->ParseSysStatus(message, false, false, nullptr)) return 0;
   cDlbSubHandler* subs = cJsonParser::mpDlbSubHandler;
   static char statusTopic[][mq::kTopicLen] = {"HbProcsStatus"};
-  if (subs != nullptr && subs->IsConnected() && subs->UnsubscribeTopics(subs->mpSock, statusTopic, 1)) {
+  if (subs != nullptr && subs->IsConnected() &&
+      subs->UnsubscribeTopics(subs->mpSock, statusTopic, 1)) {
     skip_status_topic = true;
   } else {
     LOG_AT(cJsonParser, Error, 40, "\"Failed to unsbuscribe HB Proc Topic\"");

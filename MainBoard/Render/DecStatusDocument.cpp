@@ -26,7 +26,8 @@ cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {
   mpLogger = Logger::GetInstance();
   auto make = [] { return new cPADMetadataJsonDecStatus(); };
   if (SingleInstance(mpJDecStatus, DeleteInstance, make, [] {}) != nullptr) return mpJDecStatus;
-  LOG_AT(cPADMetadataJsonDecStatus, Critical, 50, "\"Failed to allocate the decoder status renderer.\"");
+  LOG_AT(cPADMetadataJsonDecStatus, Critical, MSG_LEVEL_CRITICAL,
+         "\"Failed to allocate the decoder status renderer.\"");
   return nullptr;
 }
 

@@ -138,7 +138,8 @@ cMetadataJsonPaData* cMetadataJsonPaData::GetInstance() {
   mpLogger = Logger::GetInstance();
   auto make = [] { return new cMetadataJsonPaData(); };
   if (SingleInstance(mpJPaData, DeleteInstance, make, [] {}) != nullptr) return mpJPaData;
-  LOG_AT(cMetadataJsonPaData, Critical, 50, "\"No memory for the presentation data renderer.\"");
+  LOG_AT(cMetadataJsonPaData, Critical, MSG_LEVEL_CRITICAL,
+         "\"No memory for the presentation data renderer.\"");
   return nullptr;
 }
 

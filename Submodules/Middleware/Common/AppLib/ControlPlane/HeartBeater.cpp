@@ -92,7 +92,9 @@ bool cHeartBeater::ConnectMqOverTcp() {
   return ConnectPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kHeartBeatPort));
 }
 
-bool cHeartBeater::ConnectMqOverIpc() { return ConnectPush(mq::detail::IpcEndpoint(mq::kHeartBeatIpc)); }
+bool cHeartBeater::ConnectMqOverIpc() {
+  return ConnectPush(mq::detail::IpcEndpoint(mq::kHeartBeatIpc));
+}
 
 bool cHeartBeater::ConnectPush(const std::string& endpoint) {
   return mq::ConnectPush(&mpPushSock, endpoint.c_str(), 0,

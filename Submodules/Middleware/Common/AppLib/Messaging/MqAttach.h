@@ -15,7 +15,8 @@ template <typename... Args>
 zsock_t* AttachSocket(zsock_t* sock, int type, bool bind, const char* format, Args... args) {
   zsock_t* target = sock != nullptr ? sock : zsock_new(type);
   if (target == nullptr) return nullptr;
-  const int rc = bind ? zsock_bind(target, format, args...) : zsock_connect(target, format, args...);
+  const int rc =
+      bind ? zsock_bind(target, format, args...) : zsock_connect(target, format, args...);
   if (rc == -1) {
     if (target != sock) zsock_destroy(&target);
     return nullptr;

@@ -258,7 +258,8 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
 // The tcp sink never blocks the caller: a queue of 200 records, and records
 // beyond it are dropped.
 bool Logger::AttachMqOverTcp() {
-  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort), kSinkHighWaterMark);
+  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort),
+                    kSinkHighWaterMark);
 }
 
 bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::kLogSinkIpc), 0); }
