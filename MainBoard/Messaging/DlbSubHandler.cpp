@@ -4,9 +4,9 @@
 
 
 #include "Logger.h"
-#include "Singleton.h"
 #include "Messaging/JsonParser.h"
 #include "MqEndpoints.h"
+#include "Singleton.h"
 
 cDlbSubHandler* cDlbSubHandler::mpSub = nullptr;
 Logger* cDlbSubHandler::mpLogger = nullptr;

@@ -9,11 +9,11 @@
 #include "HwmEd2JsonMessageParser.h"
 #include "HwmJsonMessageParser.h"
 #include "Logger.h"
-#include "Singleton.h"
 #include "Messaging/DlbSubHandler.h"
 #include "Messaging/Topics.h"
 #include "MqEndpoints.h"
 #include "Reader/DlbStatusSubx.h"
+#include "Singleton.h"
 
 cJsonParser* cJsonParser::mpJsonParser = nullptr;
 Logger* cJsonParser::mpLogger = nullptr;

@@ -15,10 +15,10 @@
 
 #include "JsonRead.h"
 #include "Logger.h"
-#include "Singleton.h"
-#include "MqEndpointText.h"
 #include "MqEndpoints.h"
+#include "MqEndpointText.h"
 #include "MqPush.h"
+#include "Singleton.h"
 
 cHeartBeater* cHeartBeater::mpHeartBeater = nullptr;
 Logger* cHeartBeater::mpLogger = nullptr;

@@ -13,8 +13,8 @@
 #include <exception>
 #include <new>
 
-#include "MqEndpointText.h"
 #include "MqEndpoints.h"
+#include "MqEndpointText.h"
 #include "MqPush.h"
 #include "Singleton.h"
 
