@@ -135,17 +135,17 @@ struct cDlbStatusSubx::Pass {
   // True, restarting the timer, when the next decoder-state message is due.
   bool StateDue();
 
-  zsock_t* sub = nullptr;         // owned; null when it could not be made
-  zpoller_t* poller = nullptr;    // owned; polls `sub`
-  cMqPeerReconnect reconnect;     // watches `sub`
+  zsock_t* sub = nullptr;       // owned; null when it could not be made
+  zpoller_t* poller = nullptr;  // owned; polls `sub`
+  cMqPeerReconnect reconnect;   // watches `sub`
   cTimer repubTimer{kRepubIntervalMs};
   cTimer unusedTimer{kRepubIntervalMs};  // kept beside the others, never consulted
   cTimer stateTimer{kStateIntervalMs};
   int lastVidLnZP = 0;
   int lastVidLnNextToZP = 0;
   long lastEd2MAFactor = 0;
-  bool haveData = false;   // a record was rendered since zoom was last switched off
-  bool ed2Seen = false;    // the previous record rendered was ED2
+  bool haveData = false;  // a record was rendered since zoom was last switched off
+  bool ed2Seen = false;   // the previous record rendered was ED2
   bool objectAudio = false;
 };
 
