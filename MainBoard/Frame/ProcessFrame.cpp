@@ -46,12 +46,6 @@ const char* const kSlotAddress[] = {nullptr, mq::kSlot1Addr, mq::kSlot2Addr, mq:
 Logger* gpLogger = nullptr;
 cDlbStatusSubx* gpDlbStatusSubx = nullptr;
 
-void SleepNs(long ns) {
-  timespec ts{0, ns};
-  while (nanosleep(&ts, &ts) != 0 && errno == EINTR) {
-  }
-}
-
 // Waits until the slot's address is known. Slots 1 to 3 take their fixed
 // address at once; slot 0 retries every 30 seconds until the interface has one.
 void WaitForAddress(const char* interfaceName, int slot) {
@@ -186,9 +180,9 @@ void MessageReaderLoop() {
       pDlbSubs->RestoreDroppedPeers();
       const int result = pDlbSubs->MessageReader(pDlbSubs->mpSock);
       if (result == -1) break;
-      SleepNs(result != 0 ? 10000L : 10000000L);
+      cTimer::SleepNs(result != 0 ? 10000L : 10000000L);
     } else {
-      SleepNs(10000000L);
+      cTimer::SleepNs(10000000L);
     }
     if (tick.HasTimedOut()) {
       tick.SetTimeout(kTickMs);

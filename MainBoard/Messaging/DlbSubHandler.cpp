@@ -2,12 +2,11 @@
 
 #include <czmq.h>
 
-#include <cstdlib>
-#include <new>
 
 #include "Logger.h"
 #include "Messaging/JsonParser.h"
 #include "MqEndpoints.h"
+#include "Singleton.h"
 
 cDlbSubHandler* cDlbSubHandler::mpSub = nullptr;
 Logger* cDlbSubHandler::mpLogger = nullptr;
@@ -30,13 +29,8 @@ constexpr int Count(char (&)[N][mq::kTopicLen]) {
 }  // namespace
 
 cDlbSubHandler* cDlbSubHandler::GetInstance() {
-  if (mpSub == nullptr) {
-    mpSub = new (std::nothrow) cDlbSubHandler();
-    if (mpSub == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpSub;
+  return SingleInstance(mpSub, DeleteInstance, [] { return new cDlbSubHandler(); },
+                        [] { mpLogger = Logger::GetInstance(); });
 }
 
 void cDlbSubHandler::DeleteInstance() {

@@ -9,6 +9,8 @@ class Logger;
 
 class cDlbSubHandler : public SubHandler {
  public:
+  // Made on first use (null when memory runs out); DeleteInstance (run at
+  // exit) stops the watch, closes the socket and frees the handler.
   static cDlbSubHandler* GetInstance();
   static void DeleteInstance();
 

@@ -13,6 +13,7 @@
 #include "Messaging/Topics.h"
 #include "MqEndpoints.h"
 #include "Reader/DlbStatusSubx.h"
+#include "Singleton.h"
 
 cJsonParser* cJsonParser::mpJsonParser = nullptr;
 Logger* cJsonParser::mpLogger = nullptr;
@@ -22,9 +23,7 @@ HwmJsonMessageParser* cJsonParser::mpHwmJsonMsgParser = nullptr;
 HwmEd2JsonMessageParser* cJsonParser::mpHwmEd2JsonMsgParser = nullptr;
 
 cJsonParser* cJsonParser::GetInstance() {
-  if (mpJsonParser == nullptr) {
-    mpJsonParser = new (std::nothrow) cJsonParser();
-    if (mpJsonParser == nullptr) return nullptr;
+  return SingleInstance(mpJsonParser, DeleteInstance, [] { return new cJsonParser(); }, [] {
     cJsonParseSysStatus::mbSysStatus.store(false, std::memory_order_relaxed);
     cJsonParseSysStatus::mbDolbyDecoderDetected.store(false, std::memory_order_relaxed);
     cJsonParseSysStatus::mpLogger = Logger::GetInstance();
@@ -32,9 +31,7 @@ cJsonParser* cJsonParser::GetInstance() {
     mpHwmJsonMsgParser = HwmJsonMessageParser::GetInstance();
     mpHwmEd2JsonMsgParser = HwmEd2JsonMessageParser::GetInstance();
     mpDlbSubHandler = cDlbSubHandler::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpJsonParser;
+  });
 }
 
 void cJsonParser::DeleteInstance() {
@@ -66,7 +63,7 @@ int OnAppCommand(const char* message) {
     LOG_AT(cJsonParser, Error, 40, "\"Failed to parse application.\"");
     return 0;
   }
-  if (command == 100 || command == 9) {
+  if (command == cHeartBeater::kAppCmdSwUpgrade || command == cHeartBeater::kAppCmdReboot) {
     LOG_AT(cJsonParser, Warn, 30, "\"Got app command %d. Exiting ...\"", command);
     return -1;
   }
@@ -78,7 +75,8 @@ int OnProcsStatus(const char* message) {
   if (!cJsonParser::mpJsonParser->ParseSysStatus(message, false, false, nullptr)) return 0;
   cDlbSubHandler* subs = cJsonParser::mpDlbSubHandler;
   static char statusTopic[][mq::kTopicLen] = {"HbProcsStatus"};
-  if (subs != nullptr && subs->IsConnected() && subs->UnsubscribeTopics(subs->mpSock, statusTopic, 1)) {
+  if (subs != nullptr && subs->IsConnected() &&
+      subs->UnsubscribeTopics(subs->mpSock, statusTopic, 1)) {
     skip_status_topic = true;
   } else {
     LOG_AT(cJsonParser, Error, 40, "\"Failed to unsbuscribe HB Proc Topic\"");

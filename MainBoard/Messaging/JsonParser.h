@@ -11,10 +11,14 @@ class HwmEd2JsonMessageParser;
 
 class cJsonParser : public cJsonParseSysStatus {
  public:
+  // Made on first use (null when memory runs out): clears the status flags
+  // and fetches the logger, both hardware-monitor parsers and the
+  // subscription handler (none owned). Freed at exit.
   static cJsonParser* GetInstance();
   static void DeleteInstance();
 
-  // -1 asks the process to stop (an exit command, or no topic); 0 otherwise.
+  // -1 asks the process to stop (an exit command, no topic, or no
+  // dispatcher instance); 0 otherwise. Topic and message stay the caller's.
   static int ParseMessage(const char* topic, const char* message);
 
   static cJsonParser* mpJsonParser;

@@ -1,7 +1,6 @@
 #include "Messaging/PubHandler.h"
 
-#include <cstdlib>
-#include <new>
+#include "Singleton.h"
 
 cPubHandler* cPubHandler::mpPub = nullptr;
 Logger* cPubHandler::mpLogger = nullptr;
@@ -12,16 +11,8 @@ Logger* cDlbLoudnessPubHandler::mpLogger = nullptr;
 int cDlbLoudnessPubHandler::mLogLevel = MSG_LEVEL_DEBUG;
 
 cPubHandler* cPubHandler::GetInstance() {
-  if (mpPub != nullptr) return mpPub;
-  try {
-    mpPub = new cPubHandler();
-  } catch (const std::bad_alloc&) {
-    return nullptr;
-  }
-  mpLogger = Logger::GetInstance();
-  static const bool registered = (std::atexit(DeleteInstance) == 0);
-  (void)registered;
-  return mpPub;
+  return SingleInstance(mpPub, DeleteInstance, [] { return new cPubHandler(); },
+                        [] { mpLogger = Logger::GetInstance(); });
 }
 
 void cPubHandler::DeleteInstance() {

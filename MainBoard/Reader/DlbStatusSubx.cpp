@@ -4,7 +4,6 @@
 #include <pthread.h>
 #include <sched.h>
 
-#include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -53,15 +52,7 @@ char gDecoderTopics[][mq::kTopicLen] = {"DolbyMetadataEvent", "DolbyMetadataBinE
 // that a shutdown request is noticed within one poll interval.
 void SleepUnlessInterrupted(long ms) {
   for (long left = ms; left > 0 && !sig_interrupted.load(); left -= kPollMs) {
-    timespec ts{0, static_cast<long>(kPollMs) * 1000000L};
-    while (nanosleep(&ts, &ts) != 0 && errno == EINTR) {
-    }
-  }
-}
-
-void SleepNs(long ns) {
-  timespec ts{0, ns};
-  while (nanosleep(&ts, &ts) != 0 && errno == EINTR) {
+    cTimer::SleepNs(static_cast<long>(kPollMs) * 1000000L);
   }
 }
 
@@ -131,37 +122,67 @@ void cDlbStatusSubx::AmendRecord(kv_dolby_metadata_t& rec) {
   }
 }
 
-namespace {
+// What the reader thread keeps between passes: its socket towards the
+// decoder and the timers and flags of the publishing rules.
+struct cDlbStatusSubx::Pass {
+  Pass();
+  ~Pass();
+  Pass(const Pass&) = delete;
+  Pass& operator=(const Pass&) = delete;
 
-// What the reader thread keeps between passes.
-struct ReaderPass {
+  // True (and remembered) when the hardware monitor's line values changed.
+  bool TakeLineChange();
+  // True, restarting the timer, when the next decoder-state message is due.
+  bool StateDue();
+
+  zsock_t* sub = nullptr;       // owned; null when it could not be made
+  zpoller_t* poller = nullptr;  // owned; polls `sub`
+  cMqPeerReconnect reconnect;   // watches `sub`
   cTimer repubTimer{kRepubIntervalMs};
   cTimer unusedTimer{kRepubIntervalMs};  // kept beside the others, never consulted
   cTimer stateTimer{kStateIntervalMs};
   int lastVidLnZP = 0;
   int lastVidLnNextToZP = 0;
   long lastEd2MAFactor = 0;
-  bool haveData = false;   // a record was rendered since zoom was last switched off
-  bool ed2Seen = false;    // the previous record rendered was ED2
+  bool haveData = false;  // a record was rendered since zoom was last switched off
+  bool ed2Seen = false;   // the previous record rendered was ED2
   bool objectAudio = false;
-
-  // True (and remembered) when the hardware monitor's line values changed.
-  bool TakeLineChange() {
-    const int zp = cDlbStatusSubx::miVidLnNoForZP.load(kRelaxed);
-    const int next = cDlbStatusSubx::miVidLnNoForNextToZP.load(kRelaxed);
-    const long factor = cDlbStatusSubx::mlEd2MAFactor.load(kRelaxed);
-    if (zp == lastVidLnZP && next == lastVidLnNextToZP && factor == lastEd2MAFactor) return false;
-    lastVidLnZP = zp;
-    lastVidLnNextToZP = next;
-    lastEd2MAFactor = factor;
-    return true;
-  }
 };
 
-}  // namespace
+// Frames far larger than a record are refused; the decoder is connected again
+// after such a refusal. At most a few records wait.
+cDlbStatusSubx::Pass::Pass() : sub(zsock_new(ZMQ_SUB)) {
+  if (sub == nullptr) return;
+  zsock_set_maxmsgsize(sub, static_cast<int>(mq::kMaxDecoderFrameBytes));
+  zsock_set_rcvhwm(sub, kDecoderRcvHwm);
+  reconnect.Watch(sub, "decoder");
+  poller = zpoller_new(sub, nullptr);
+}
 
-void cDlbStatusSubx::DecStatusReader() {
-  const cAltSignalStack signalStack;  // a stack overflow here also exits with 11
+cDlbStatusSubx::Pass::~Pass() {
+  zpoller_destroy(&poller);
+  reconnect.Stop();
+  zsock_destroy(&sub);
+}
+
+bool cDlbStatusSubx::Pass::TakeLineChange() {
+  const int zp = miVidLnNoForZP.load(kRelaxed);
+  const int next = miVidLnNoForNextToZP.load(kRelaxed);
+  const long factor = mlEd2MAFactor.load(kRelaxed);
+  if (zp == lastVidLnZP && next == lastVidLnNextToZP && factor == lastEd2MAFactor) return false;
+  lastVidLnZP = zp;
+  lastVidLnNextToZP = next;
+  lastEd2MAFactor = factor;
+  return true;
+}
+
+bool cDlbStatusSubx::Pass::StateDue() {
+  if (!stateTimer.HasTimedOut()) return false;
+  stateTimer.Restart(kStateIntervalMs);
+  return true;
+}
+
+void cDlbStatusSubx::AnnounceThread() {
   const pthread_t self = pthread_self();
   const unsigned long id = static_cast<unsigned long>(self);
   int policy = 0;
@@ -176,169 +197,144 @@ void cDlbStatusSubx::DecStatusReader() {
   LOG_AT(cDlbStatusSubx, Info, 20, "\"Dolby Metadata Status thread waiting %lu.\"", id);
   const int waited = pthread_barrier_wait(&thread_barrier);
   LOG_AT(cDlbStatusSubx, Info, 20, "\"Dolby Metadata Status thread out of wait %d.\"", waited);
+}
 
-  zsock_t* sub = zsock_new(ZMQ_SUB);
-  // Frames far larger than a record are refused; the decoder is connected
-  // again after such a refusal. At most a few records wait.
-  cMqPeerReconnect reconnect;
-  if (sub != nullptr) {
-    zsock_set_maxmsgsize(sub, static_cast<int>(mq::kMaxDecoderFrameBytes));
-    zsock_set_rcvhwm(sub, kDecoderRcvHwm);
-    reconnect.Watch(sub, "decoder");
-  }
-  zpoller_t* poller = sub != nullptr ? zpoller_new(sub, nullptr) : nullptr;
-  mDecoderWaitTimer.SetTimeout(kDecoderWaitMs);  // stopped: counts as timed out
-  mbConnected = false;
-  cJsonParseSysStatus::mbDolbyDecoderDetected.store(true, kRelaxed);
+void cDlbStatusSubx::DecStatusReader() {
+  const cAltSignalStack signalStack;  // a stack overflow here also exits with 11
+  AnnounceThread();
+  {
+    Pass pass;
+    mDecoderWaitTimer.SetTimeout(kDecoderWaitMs);  // stopped: counts as timed out
+    mbConnected = false;
+    cJsonParseSysStatus::mbDolbyDecoderDetected.store(true, kRelaxed);
 
-  ReaderPass pass;
-
-  // Renders and publishes the current record copy as the line-change and the
-  // received-record paths both do.
-  auto renderStatus = [&](long now) {
-    if (mpJDecStatus != nullptr) mpJDecStatus->PrepareMetadataJson(mRecord, now);
-  };
-  auto renderPa = [&](long now) {
-    if (mpJPaData != nullptr) mpJPaData->PreparePaMetadataJson(mRecord, pass.objectAudio, now);
-  };
-
-  while (!sig_interrupted.load()) {
-    if (!mbConnected) {
-      if (!cJsonParseSysStatus::mbDolbyDecoderDetected.load(kRelaxed)) {
-        SleepUnlessInterrupted(2000);
-      } else if (sub == nullptr) {
-        SleepUnlessInterrupted(5000);
-      } else if (zsock_connect(sub, mq::kTcpFormat, mq::kSlot1Addr, mq::kDecoderPubPort) == 0) {
-        mbConnected = true;
-        for (auto& entry : gDecoderTopics) {
-          if (strnlen(entry, mq::kTopicLen) < mq::kTopicLen) zsock_set_subscribe(sub, entry);
-        }
+    while (!sig_interrupted.load()) {
+      if (!mbConnected) {
+        Connect(pass);
+        if (pass.StateDue()) PublishDolbyDecoderStatus(mbDolbyZoomStatus.load(kRelaxed));
+        continue;
+      }
+      // One snapshot of the zoom switch per pass, so a change made by the main
+      // thread in the middle of a pass is acted on in the next one, not lost.
+      const bool zoom = mbDolbyZoomStatus.load(kRelaxed);
+      pass.reconnect.Poll();
+      if (pass.poller != nullptr && zpoller_wait(pass.poller, kPollMs) != nullptr) {
+        ReceivePass(pass, zoom);
       } else {
-        SleepUnlessInterrupted(5000);
+        IdlePass(pass, zoom);
       }
-      if (pass.stateTimer.HasTimedOut()) {
-        pass.stateTimer.Restart(kStateIntervalMs);
-        PublishDolbyDecoderStatus(mbDolbyZoomStatus.load(kRelaxed));
-      }
-      continue;
-    }
-
-    // One snapshot of the zoom switch per pass, so a change made by the main
-    // thread in the middle of a pass is acted on in the next one, not lost.
-    const bool zoom = mbDolbyZoomStatus.load(kRelaxed);
-    reconnect.Poll();
-    void* ready = poller != nullptr ? zpoller_wait(poller, kPollMs) : nullptr;
-
-    if (ready == nullptr) {
-      bool switchedOff = false;
-      if (zoom == mbLastZoomStatus) {
-        if (pass.stateTimer.HasTimedOut()) {
-          pass.stateTimer.Restart(kStateIntervalMs);
-          PublishDolbyDecoderStatus(zoom);
-        }
-      } else if (zoom) {
-        PublishDolbyDecoderStatus(true);
-      } else {
-        PublishDolbyDecoderStatus(false);
-        PublishMetadata(false, false);
-        PublishPAData(false, false);
-        pass.haveData = false;
-        PublishDolbyDecoderStatus(false);
-        switchedOff = true;
-      }
-
-      if (!switchedOff && zoom && pass.haveData && pass.TakeLineChange()) {
-        AmendRecord(mRecord);
-        const long now = static_cast<long>(time(nullptr));
-        renderStatus(now);
-        PublishDolbyDecoderStatus(zoom);
-        PublishMetadata(true, false);
-        renderPa(now);
-        PublishPAData(zoom, false);
-        pass.repubTimer.Restart(kRepubIntervalMs);
-      }
-      if (!switchedOff && zoom && pass.haveData && pass.repubTimer.HasTimedOut()) {
-        pass.repubTimer.Restart(kRepubIntervalMs);
-        PublishDolbyDecoderStatus(zoom);
-        PublishMetadata(zoom, true);
-        PublishPAData(zoom, false);  // the normal PA topic, on purpose
-        pass.haveData = true;
-      }
-    } else {
-      char* topicText = nullptr;
-      byte* data = nullptr;
-      size_t size = 0;
-      if (zsock_recv(sub, "sb", &topicText, &data, &size) != 0) {
-        SleepNs(500000);
-      } else {
-        // A frame shorter than a whole record is dropped like any other
-        // record the daemon cannot use: nothing past the frame is read.
-        const bool usable = topicText != nullptr && zoom &&
-                            !SameTopic(topicText, topic::kDolbyLUDataBin) &&
-                            SameTopic(topicText, topic::kDolbyMetadataEvent) && data != nullptr &&
-                            size >= kRecordSize;
-        uint32_t protoVer = 0;
-        if (usable) std::memcpy(&protoVer, data, sizeof protoVer);
-        if (usable && protoVer == kRecordProtoVersion) {
-          std::memcpy(&mRecord, data, kRecordSize);
-          pass.objectAudio = mRecord.atmosDecode != 0;
-          AmendRecord(mRecord);
-          const long now = static_cast<long>(time(nullptr));
-          switch (mRecord.mdType) {
-            case DLB_PADC_UI_MD_TYPE_DOLBYE:
-              if (mpJDecStatus != nullptr) {
-                pass.haveData = true;
-                renderStatus(now);
-                PublishDolbyDecoderStatus(zoom);
-                PublishMetadata(true, false);
-                pass.ed2Seen = false;
-                pass.repubTimer.Restart(kRepubIntervalMs);
-              }
-              break;
-            case DLB_PADC_UI_MD_TYPE_DDP:
-            case DLB_PADC_UI_MD_TYPE_AC4:
-              renderStatus(now);
-              PublishDolbyDecoderStatus(zoom);
-              PublishMetadata(true, false);
-              pass.haveData = true;
-              pass.repubTimer.Restart(kRepubIntervalMs);
-              pass.ed2Seen = false;
-              break;
-            case DLB_PADC_UI_MD_TYPE_ED2:
-              if (mpJDecStatus == nullptr) {
-                pass.ed2Seen = true;
-                break;
-              }
-              // An ED2 record that reports no status change after another ED2
-              // record refreshes only the presentation document.
-              if (!(pass.ed2Seen && mRecord.ed2StatusUpdate == 0)) {
-                renderStatus(now);
-                PublishDolbyDecoderStatus(zoom);
-                PublishMetadata(true, false);
-                pass.repubTimer.Restart(kRepubIntervalMs);
-              }
-              renderPa(now);
-              PublishPAData(zoom, false);
-              pass.ed2Seen = true;
-              break;
-            default:
-              break;
-          }
-        }
-      }
-      zstr_free(&topicText);
-      free(data);
-    }
-
-    mbLastZoomStatus = zoom;
-    if (pass.stateTimer.HasTimedOut()) {
-      pass.stateTimer.Restart(kStateIntervalMs);
-      PublishDolbyDecoderStatus(mbDolbyZoomStatus.load(kRelaxed));
+      mbLastZoomStatus = zoom;
+      if (pass.StateDue()) PublishDolbyDecoderStatus(mbDolbyZoomStatus.load(kRelaxed));
     }
   }
-
-  zpoller_destroy(&poller);
-  reconnect.Stop();
-  zsock_destroy(&sub);
   puts("\n cDlbStatusSubx:: Exiting..........@@@@@@@@@@@@@@@");
+}
+
+// Until the process monitor reports the decoder, waits 2 s per pass; then
+// connects, waiting 5 s after a failure.
+void cDlbStatusSubx::Connect(Pass& pass) {
+  if (!cJsonParseSysStatus::mbDolbyDecoderDetected.load(kRelaxed)) {
+    SleepUnlessInterrupted(2000);
+  } else if (pass.sub == nullptr) {
+    SleepUnlessInterrupted(5000);
+  } else if (zsock_connect(pass.sub, mq::kTcpFormat, mq::kSlot1Addr, mq::kDecoderPubPort) == 0) {
+    mbConnected = true;
+    for (auto& entry : gDecoderTopics) {
+      if (strnlen(entry, mq::kTopicLen) < mq::kTopicLen) zsock_set_subscribe(pass.sub, entry);
+    }
+  } else {
+    SleepUnlessInterrupted(5000);
+  }
+}
+
+// Nothing arrived within a poll interval: acts on a switch of zoom, renders
+// again when the video-line values changed, and republishes every 2 s.
+void cDlbStatusSubx::IdlePass(Pass& pass, bool zoom) {
+  if (zoom == mbLastZoomStatus) {
+    if (pass.StateDue()) PublishDolbyDecoderStatus(zoom);
+  } else if (zoom) {
+    PublishDolbyDecoderStatus(true);
+  } else {
+    PublishDolbyDecoderStatus(false);
+    PublishMetadata(false, false);
+    PublishPAData(false, false);
+    pass.haveData = false;
+    PublishDolbyDecoderStatus(false);
+    return;
+  }
+  if (!zoom || !pass.haveData) return;
+  if (pass.TakeLineChange()) {
+    AmendRecord(mRecord);
+    RenderAndPublish(pass, zoom, true, true);
+  }
+  if (pass.repubTimer.HasTimedOut()) {
+    pass.repubTimer.Restart(kRepubIntervalMs);
+    PublishDolbyDecoderStatus(zoom);
+    PublishMetadata(zoom, true);
+    PublishPAData(zoom, false);  // the normal PA topic, on purpose
+  }
+}
+
+// A message is waiting: takes it and, when it is a usable record while zoom
+// is on, renders and publishes what its kind calls for.
+void cDlbStatusSubx::ReceivePass(Pass& pass, bool zoom) {
+  char* topicText = nullptr;
+  byte* data = nullptr;
+  size_t size = 0;
+  if (zsock_recv(pass.sub, "sb", &topicText, &data, &size) != 0) {
+    cTimer::SleepNs(500000);
+  } else if (zoom && IsUsableRecord(topicText, data, size)) {
+    std::memcpy(&mRecord, data, kRecordSize);
+    pass.objectAudio = mRecord.atmosDecode != 0;
+    AmendRecord(mRecord);
+    switch (mRecord.mdType) {
+      case DLB_PADC_UI_MD_TYPE_DOLBYE:
+        if (mpJDecStatus == nullptr) break;
+        [[fallthrough]];
+      case DLB_PADC_UI_MD_TYPE_DDP:
+      case DLB_PADC_UI_MD_TYPE_AC4:
+        pass.haveData = true;
+        pass.ed2Seen = false;
+        RenderAndPublish(pass, zoom, true, false);
+        break;
+      case DLB_PADC_UI_MD_TYPE_ED2:
+        // An ED2 record that reports no status change after another ED2
+        // record refreshes only the presentation document.
+        if (mpJDecStatus != nullptr) {
+          RenderAndPublish(pass, zoom, !(pass.ed2Seen && mRecord.ed2StatusUpdate == 0), true);
+        }
+        pass.ed2Seen = true;
+        break;
+      default:
+        break;
+    }
+  }
+  zstr_free(&topicText);
+  free(data);
+}
+
+// A frame shorter than a whole record is dropped like any other record the
+// daemon cannot use: nothing past the frame is read.
+bool cDlbStatusSubx::IsUsableRecord(const char* topicText, const uint8_t* data, size_t size) {
+  if (topicText == nullptr || SameTopic(topicText, topic::kDolbyLUDataBin) ||
+      !SameTopic(topicText, topic::kDolbyMetadataEvent) || data == nullptr || size < kRecordSize) {
+    return false;
+  }
+  uint32_t protoVer = 0;
+  std::memcpy(&protoVer, data, sizeof protoVer);
+  return protoVer == kRecordProtoVersion;
+}
+
+void cDlbStatusSubx::RenderAndPublish(Pass& pass, bool zoom, bool status, bool presentation) {
+  const long now = static_cast<long>(time(nullptr));
+  if (status) {
+    if (mpJDecStatus != nullptr) mpJDecStatus->PrepareMetadataJson(mRecord, now);
+    PublishDolbyDecoderStatus(zoom);
+    PublishMetadata(true, false);
+    pass.repubTimer.Restart(kRepubIntervalMs);
+  }
+  if (presentation) {
+    if (mpJPaData != nullptr) mpJPaData->PreparePaMetadataJson(mRecord, pass.objectAudio, now);
+    PublishPAData(zoom, false);
+  }
 }

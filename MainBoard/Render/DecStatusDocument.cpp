@@ -10,6 +10,7 @@
 
 #include "Logger.h"
 #include "PADMetadataJsonDecStatus.h"
+#include "Singleton.h"
 
 using rapidjson::Value;
 
@@ -32,21 +33,12 @@ cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(384 * 102
 }
 
 cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::GetInstance() {
-  if (mpJDecStatus != nullptr) return mpJDecStatus;
-  try {
-    mpJDecStatus = new cPADMetadataJsonDecStatus();
-  } catch (const std::bad_alloc&) {
-    mpJDecStatus = nullptr;
-  }
   mpLogger = Logger::GetInstance();
-  if (mpJDecStatus == nullptr) {
-    LOG_AT(cPADMetadataJsonDecStatus, Critical, MSG_LEVEL_CRITICAL,
-           "\"Failed to allocate the decoder status renderer.\"");
-    return nullptr;
-  }
-  static bool registered = false;
-  if (!registered) registered = std::atexit(DeleteInstance) == 0;
-  return mpJDecStatus;
+  auto make = [] { return new cPADMetadataJsonDecStatus(); };
+  if (SingleInstance(mpJDecStatus, DeleteInstance, make, [] {}) != nullptr) return mpJDecStatus;
+  LOG_AT(cPADMetadataJsonDecStatus, Critical, MSG_LEVEL_CRITICAL,
+         "\"Failed to allocate the decoder status renderer.\"");
+  return nullptr;
 }
 
 void cPADMetadataJsonDecStatus::DeleteInstance() {

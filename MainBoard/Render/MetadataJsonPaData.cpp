@@ -9,6 +9,7 @@
 #include "ItemText.h"
 #include "LargestRecords.h"
 #include "Logger.h"
+#include "Singleton.h"
 
 using rapidjson::Value;
 
@@ -73,17 +74,12 @@ cMetadataJsonPaData::cMetadataJsonPaData() : cMetadataJson(1536 * 1024, 448 * 10
 }
 
 cMetadataJsonPaData* cMetadataJsonPaData::GetInstance() {
-  if (mpJPaData == nullptr) {
-    mpJPaData = new (std::nothrow) cMetadataJsonPaData();
-    mpLogger = Logger::GetInstance();
-    if (mpJPaData == nullptr) {
-      LOG_AT(cMetadataJsonPaData, Critical, MSG_LEVEL_CRITICAL,
-             "\"No memory for the presentation data renderer.\"");
-      return nullptr;
-    }
-    std::atexit(DeleteInstance);
-  }
-  return mpJPaData;
+  mpLogger = Logger::GetInstance();
+  auto make = [] { return new cMetadataJsonPaData(); };
+  if (SingleInstance(mpJPaData, DeleteInstance, make, [] {}) != nullptr) return mpJPaData;
+  LOG_AT(cMetadataJsonPaData, Critical, MSG_LEVEL_CRITICAL,
+         "\"No memory for the presentation data renderer.\"");
+  return nullptr;
 }
 
 void cMetadataJsonPaData::DeleteInstance() {

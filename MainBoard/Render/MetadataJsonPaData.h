@@ -20,6 +20,8 @@ class Logger;
 
 class cMetadataJsonPaData : public cMetadataJson {
  public:
+  // Made on first use; null, with a Critical log line, when memory runs out.
+  // Freed at exit.
   static cMetadataJsonPaData* GetInstance();
   static void DeleteInstance();
 

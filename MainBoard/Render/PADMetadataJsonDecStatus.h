@@ -23,7 +23,8 @@ class Logger;
 class cPADMetadataJsonDecStatus : public cMetadataJson {
  public:
   // The one renderer of the process, created on first use (its pool and text
-  // buffer with it); null when it cannot be allocated. Owned by the class.
+  // buffer with it); null, with a Critical log line, when it cannot be
+  // allocated. Owned by the class and freed at exit.
   static cPADMetadataJsonDecStatus* GetInstance();
   // Destroys the renderer (registered with atexit); GetInstance makes a new one.
   static void DeleteInstance();

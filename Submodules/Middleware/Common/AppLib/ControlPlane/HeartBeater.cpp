@@ -13,9 +13,12 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include "JsonRead.h"
 #include "Logger.h"
-#include "MqEndpointText.h"
 #include "MqEndpoints.h"
+#include "MqEndpointText.h"
+#include "MqPush.h"
+#include "Singleton.h"
 
 cHeartBeater* cHeartBeater::mpHeartBeater = nullptr;
 Logger* cHeartBeater::mpLogger = nullptr;
@@ -26,16 +29,25 @@ constexpr const char* kHbTopic = "HbProc";
 constexpr const char* kRepubTopic = "HbReqRepubSysStatus";
 constexpr const char* kAppCmdTopic = "HbFwdAppCmd";
 constexpr const char* kUnknownVersion = "Unknown";
+
+// Sends topic and message as one two-part message; `what` names the message
+// in the error line of the part that failed.
+bool SendWithTopic(zsock_t* sock, const char* topic, const char* message, const char* what) {
+  if (zstr_sendm(sock, topic) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send %s Topic.\"", what);
+    return false;
+  }
+  if (zstr_send(sock, message) != 0) {
+    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send %s message.\"", what);
+    return false;
+  }
+  return true;
+}
 }  // namespace
 
 cHeartBeater* cHeartBeater::GetInstance() {
-  if (mpHeartBeater == nullptr) {
-    mpHeartBeater = new (std::nothrow) cHeartBeater();
-    if (mpHeartBeater == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpHeartBeater;
+  return SingleInstance(mpHeartBeater, DeleteInstance, [] { return new cHeartBeater(); },
+                        [] { mpLogger = Logger::GetInstance(); });
 }
 
 void cHeartBeater::DeleteInstance() {
@@ -80,33 +92,17 @@ bool cHeartBeater::ConnectMqOverTcp() {
   return ConnectPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kHeartBeatPort));
 }
 
-bool cHeartBeater::ConnectMqOverIpc() { return ConnectPush(mq::detail::IpcEndpoint(mq::kHeartBeatIpc)); }
+bool cHeartBeater::ConnectMqOverIpc() {
+  return ConnectPush(mq::detail::IpcEndpoint(mq::kHeartBeatIpc));
+}
 
 bool cHeartBeater::ConnectPush(const std::string& endpoint) {
-  const char* text = endpoint.c_str();
-  try {
-    if (mpPushSock != nullptr) {
-      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Seems this instance already connected to %s\"",
-             text);
-      return false;
-    }
-    zsock_t* sock = zsock_new(ZMQ_PUSH);
-    if (sock == nullptr) return false;
-    LOG_AT(cHeartBeater, Debug, MSG_LEVEL_DEBUG, "\"Tryig to connect %s\"", text);
-    if (zsock_connect(sock, "%s", text) != 0) {
-      zsock_destroy(&sock);
-      LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to connect to %s\"", text);
-      return false;
-    }
-    mpPushSock = sock;
-    LOG_AT(cHeartBeater, Info, MSG_LEVEL_INFO, "\"Connected to %s\"", text);
-    return true;
-  } catch (const std::bad_alloc& e) {
-    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception Bad alloc %s\"", e.what());
-  } catch (const std::exception& e) {
-    LOG_AT(cHeartBeater, Critical, MSG_LEVEL_CRITICAL, "\"Exception %s\"", e.what());
-  }
-  return false;
+  return mq::ConnectPush(&mpPushSock, endpoint.c_str(), 0,
+                         [](MsgLevel_e level, const char* text, const char* where) {
+                           if (mLogLevel > level || mpLogger == nullptr) return;
+                           mpLogger->Write(level, "%s|%u|\"%s %s\"", LogFileName(__FILE__),
+                                           unsigned(__LINE__), text, where);
+                         });
 }
 
 void cHeartBeater::CloseMq() {
@@ -116,15 +112,7 @@ void cHeartBeater::CloseMq() {
 
 bool cHeartBeater::SendBeat() {
   if (mpPushSock == nullptr || !mbVersionSet) return false;
-  if (zstr_sendm(mpPushSock, kHbTopic) != 0) {
-    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send HB Topic.\"");
-    return false;
-  }
-  if (zstr_send(mpPushSock, mHbJson) != 0) {
-    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send HB message.\"");
-    return false;
-  }
-  return true;
+  return SendWithTopic(mpPushSock, kHbTopic, mHbJson, "HB");
 }
 
 void cHeartBeater::RequestRepub() {
@@ -155,27 +143,12 @@ bool cHeartBeater::SendAppCommand(int command) {
     LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to prepare app cmd toipic.\"");
     return false;
   }
-  if (zstr_sendm(mpPushSock, kAppCmdTopic) != 0) {
-    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send App cmd Topic.\"");
-    return false;
-  }
-  if (zstr_send(mpPushSock, text) != 0) {
-    LOG_AT(cHeartBeater, Error, MSG_LEVEL_ERROR, "\"Failed to send App cmd message.\"");
-    return false;
-  }
-  return true;
+  return SendWithTopic(mpPushSock, kAppCmdTopic, text, "App cmd");
 }
 
 int cHeartBeater::ParseAppCommand(const char* json) {
-  if (json == nullptr) return -1;
-  try {
-    rapidjson::Document doc;
-    doc.Parse<rapidjson::kParseIterativeFlag>(json);
-    if (doc.HasParseError() || !doc.IsObject()) return -1;
-    auto it = doc.FindMember("Command");
-    if (it == doc.MemberEnd() || !it->value.IsInt()) return -1;
-    return it->value.GetInt();
-  } catch (const std::exception&) {
-    return -1;
-  }
+  return json::ReadObject(json, -1, [](const rapidjson::Value& doc) {
+    const rapidjson::Value* command = json::Member(doc, "Command");
+    return command != nullptr && command->IsInt() ? command->GetInt() : -1;
+  });
 }

@@ -1,25 +1,17 @@
 #include "HwmEd2JsonMessageParser.h"
 
-#include <cstdlib>
-#include <exception>
-#include <new>
-
-#include <rapidjson/document.h>
-
+#include "JsonRead.h"
 #include "Logger.h"
+#include "Singleton.h"
 
 HwmEd2JsonMessageParser* HwmEd2JsonMessageParser::mpHwmEd2JsonMessageParser = nullptr;
 Logger* HwmEd2JsonMessageParser::mpLogger = nullptr;
 int32_t HwmEd2JsonMessageParser::mLogLevel = MSG_LEVEL_INFO;
 
 HwmEd2JsonMessageParser* HwmEd2JsonMessageParser::GetInstance() {
-  if (mpHwmEd2JsonMessageParser == nullptr) {
-    mpHwmEd2JsonMessageParser = new (std::nothrow) HwmEd2JsonMessageParser();
-    if (mpHwmEd2JsonMessageParser == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpHwmEd2JsonMessageParser;
+  return SingleInstance(
+      mpHwmEd2JsonMessageParser, DeleteInstance, [] { return new HwmEd2JsonMessageParser(); },
+      [] { mpLogger = Logger::GetInstance(); });
 }
 
 void HwmEd2JsonMessageParser::DeleteInstance() {
@@ -28,18 +20,13 @@ void HwmEd2JsonMessageParser::DeleteInstance() {
 }
 
 bool HwmEd2JsonMessageParser::ParseJsonStr(const char* json) {
-  if (json == nullptr) return false;
-  try {
-    rapidjson::Document doc;
-    doc.Parse<rapidjson::kParseIterativeFlag>(json);
-    if (doc.HasParseError() || !doc.IsObject()) return false;
-
+  return json::ReadObject(json, false, [this](const rapidjson::Value& doc) {
     // Every valid member is kept, even when another one is missing.
     bool all = true;
     auto read = [&doc, &all](const char* key, uint32_t& field) {
-      auto it = doc.FindMember(key);
-      if (it != doc.MemberEnd() && it->value.IsUint()) {
-        field = it->value.GetUint();
+      const rapidjson::Value* v = json::Member(doc, key);
+      if (v != nullptr && v->IsUint()) {
+        field = v->GetUint();
       } else {
         all = false;
       }
@@ -48,7 +35,5 @@ bool HwmEd2JsonMessageParser::ParseJsonStr(const char* json) {
     read("VidLnZP", mVidLnZP);
     read("VidLnNextToZP", mVidLnNextToZP);
     return all;
-  } catch (const std::exception&) {
-    return false;
-  }
+  });
 }

@@ -2,12 +2,9 @@
 
 #include <cstdlib>
 #include <cstring>
-#include <exception>
-#include <new>
-
-#include <rapidjson/document.h>
-
+#include "JsonRead.h"
 #include "Logger.h"
+#include "Singleton.h"
 
 HwmJsonMessageParser* HwmJsonMessageParser::mpHwmJsonMessageParser = nullptr;
 Logger* HwmJsonMessageParser::mpLogger = nullptr;
@@ -15,11 +12,7 @@ int32_t HwmJsonMessageParser::mLogLevel = MSG_LEVEL_INFO;
 
 namespace {
 using Object = rapidjson::Value;
-
-const rapidjson::Value* Member(const Object& obj, const char* key) {
-  auto it = obj.FindMember(key);
-  return it == obj.MemberEnd() ? nullptr : &it->value;
-}
+using json::Member;
 
 void ReadUint(const Object& obj, const char* key, uint32_t& field) {
   const rapidjson::Value* v = Member(obj, key);
@@ -49,13 +42,9 @@ void ReadString(const Object& obj, const char* key, char (&field)[N]) {
 }  // namespace
 
 HwmJsonMessageParser* HwmJsonMessageParser::GetInstance() {
-  if (mpHwmJsonMessageParser == nullptr) {
-    mpHwmJsonMessageParser = new (std::nothrow) HwmJsonMessageParser();
-    if (mpHwmJsonMessageParser == nullptr) return nullptr;
-    mpLogger = Logger::GetInstance();
-    atexit(DeleteInstance);
-  }
-  return mpHwmJsonMessageParser;
+  return SingleInstance(
+      mpHwmJsonMessageParser, DeleteInstance, [] { return new HwmJsonMessageParser(); },
+      [] { mpLogger = Logger::GetInstance(); });
 }
 
 void HwmJsonMessageParser::DeleteInstance() {
@@ -83,11 +72,7 @@ void HwmJsonMessageParser::Reset() {
 }
 
 bool HwmJsonMessageParser::ParseJsonStr(const char* json, int slot) {
-  if (json == nullptr) return false;
-  try {
-    rapidjson::Document doc;
-    doc.Parse<rapidjson::kParseIterativeFlag>(json);
-    if (doc.HasParseError() || !doc.IsObject()) return false;
+  return json::ReadObject(json, false, [this, slot](const Object& doc) {
 
     // A message for another card, or without a usable slot, leaves the record.
     const rapidjson::Value* msgSlot = Member(doc, "Slot");
@@ -121,7 +106,5 @@ bool HwmJsonMessageParser::ParseJsonStr(const char* json, int slot) {
     ReadString(doc, "VidSignalStatusStr", mVidSignalStatusStr);
 
     return typeOk && (statusStored || requestStored);
-  } catch (const std::exception&) {
-    return false;
-  }
+  });
 }

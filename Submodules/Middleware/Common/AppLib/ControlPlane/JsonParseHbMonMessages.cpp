@@ -4,6 +4,7 @@
 #include <exception>
 #include <utility>
 
+#include "JsonRead.h"
 #include "Logger.h"
 
 std::atomic<bool> cJsonParseSysStatus::mbSysStatus{false};
@@ -21,11 +22,17 @@ constexpr size_t kDecoderProcessingLen = 10;
 // The decoder counts as detected when "DolbyDecoder"."State" starts with
 // "Processing"; anything missing or of another type means not detected.
 bool DecoderProcessing(const rapidjson::Value& root) {
-  auto dec = root.FindMember("DolbyDecoder");
-  if (dec == root.MemberEnd() || !dec->value.IsObject()) return false;
-  auto state = dec->value.FindMember("State");
-  if (state == dec->value.MemberEnd() || !state->value.IsString()) return false;
-  return strncmp(state->value.GetString(), kDecoderProcessing, kDecoderProcessingLen) == 0;
+  const rapidjson::Value* dec = json::Member(root, "DolbyDecoder");
+  if (dec == nullptr || !dec->IsObject()) return false;
+  const rapidjson::Value* state = json::Member(*dec, "State");
+  if (state == nullptr || !state->IsString()) return false;
+  return strncmp(state->GetString(), kDecoderProcessing, kDecoderProcessingLen) == 0;
+}
+
+// Copies the string member `key` of `obj` into `field`; other types leave it.
+void ReadText(const rapidjson::Value& obj, const char* key, std::string& field) {
+  const rapidjson::Value* v = json::Member(obj, key);
+  if (v != nullptr && v->IsString()) field.assign(v->GetString(), v->GetStringLength());
 }
 }  // namespace
 
@@ -55,9 +62,9 @@ bool cJsonParseSysStatus::ParseSysStatus(const char* json, bool checkDolby, bool
             LOG_AT(cJsonParseSysStatus, Warn, MSG_LEVEL_WARN, "\"Got System status %s %d.\"",
                    status, 1);
             if (checkDolby) {
-              const bool detected_now = DecoderProcessing(doc);
-              if (detected_now != mbDolbyDecoderDetected.load(std::memory_order_relaxed)) {
-                mbDolbyDecoderDetected.store(detected_now, std::memory_order_relaxed);
+              const bool detectedNow = DecoderProcessing(doc);
+              if (detectedNow != mbDolbyDecoderDetected.load(std::memory_order_relaxed)) {
+                mbDolbyDecoderDetected.store(detectedNow, std::memory_order_relaxed);
                 if (changed != nullptr) *changed = true;
                 // Logged as the expression text itself, not one of the two sentences: keep it so.
                 LOG_AT(cJsonParseSysStatus, Warn, MSG_LEVEL_WARN,
@@ -86,39 +93,24 @@ bool cJsonParseSysStatus::ParseSysStatus(const char* json, bool checkDolby, bool
 
 bool cHBMonObj::ParseHBMonObj(const rapidjson::Value& obj) {
   if (!obj.IsObject()) return false;
-  auto it = obj.FindMember("MissedHb");
-  if (it != obj.MemberEnd() && it->value.IsInt()) mMissedHb = it->value.GetInt();
-  it = obj.FindMember("Version");
-  if (it != obj.MemberEnd() && it->value.IsString()) {
-    mVersion.assign(it->value.GetString(), it->value.GetStringLength());
-  }
+  const rapidjson::Value* missed = json::Member(obj, "MissedHb");
+  if (missed != nullptr && missed->IsInt()) mMissedHb = missed->GetInt();
+  ReadText(obj, "Version", mVersion);
   // "LogLevel" and "State" share mState; "State" wins when both are present.
-  it = obj.FindMember("LogLevel");
-  if (it != obj.MemberEnd() && it->value.IsString()) {
-    mState.assign(it->value.GetString(), it->value.GetStringLength());
-  }
-  it = obj.FindMember("State");
-  if (it != obj.MemberEnd() && it->value.IsString()) {
-    mState.assign(it->value.GetString(), it->value.GetStringLength());
-  }
+  ReadText(obj, "LogLevel", mState);
+  ReadText(obj, "State", mState);
   return true;
 }
 
 bool cJsonParseHbStatus::ParseHbStatus(const char* json) {
-  if (json == nullptr) return false;
-  bool result = false;
-  try {
-    rapidjson::Document doc;
-    doc.Parse<rapidjson::kParseIterativeFlag>(json);
-    if (doc.HasParseError() || !doc.IsObject()) return false;
+  return json::ReadObject(json, false, [this](const rapidjson::Value& doc) {
+    bool result = false;
     for (const char* name : {"FpMeters", "FpMenu"}) {
-      auto it = doc.FindMember(name);
-      if (it != doc.MemberEnd()) result = ParseHBMonObj(name, it->value);
+      const rapidjson::Value* entry = json::Member(doc, name);
+      if (entry != nullptr) result = ParseHBMonObj(name, *entry);
     }
-  } catch (const std::exception&) {
-    return false;
-  }
-  return result;
+    return result;
+  });
 }
 
 bool cJsonParseHbStatus::ParseHBMonObj(std::string name, const rapidjson::Value& obj) {

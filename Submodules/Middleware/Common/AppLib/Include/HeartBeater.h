@@ -26,6 +26,8 @@ class cHeartBeater {
   static constexpr int kAppCmdReboot = 9;
   static constexpr int kAppCmdSwUpgrade = 100;
 
+  // The process's client, made on first use (null when memory runs out);
+  // DeleteInstance (run at exit) closes its socket and frees it.
   static cHeartBeater* GetInstance();
   static void DeleteInstance();
 
@@ -33,15 +35,21 @@ class cHeartBeater {
   // version is reported as "Unknown". False (and no record) for a null name.
   bool SetHeartBeatJson(const char* procName, const char* version, ProcessStatus_e state);
 
+  // Connect the PUSH socket (owned; closed by CloseMq or at deletion). True
+  // once connected; false when already connected or the connect failed.
+  // Each step is logged.
   bool ConnectMqOverTcp();  // tcp://169.254.2.2:10000
   bool ConnectMqOverIpc();  // ipc:///run/shm/mq/hbMonPullMq.ipc
   void CloseMq();
 
-  // Need both the record and the connection.
+  // Need both the record and the connection. SendBeat: topic "HbProc" and
+  // the record, true when both parts were sent. RequestRepub: the one-part
+  // "HbReqRepubSysStatus". Failures are logged.
   bool SendBeat();
   void RequestRepub();
 
-  // Need only the connection.
+  // Need only the connection: {"Command":9} or {"Command":100} on
+  // "HbFwdAppCmd"; true when sent.
   bool SendRebootCommand();
   bool SendSwUpgradeCommand();
 

@@ -8,6 +8,7 @@ class Logger;
 
 class HwmEd2JsonMessageParser {
  public:
+  // Made on first use (null when memory runs out); freed at exit.
   static HwmEd2JsonMessageParser* GetInstance();
   static void DeleteInstance();
 

@@ -8,6 +8,7 @@ class Logger;
 
 class HwmJsonMessageParser {
  public:
+  // Made on first use (null when memory runs out); freed at exit.
   static HwmJsonMessageParser* GetInstance();
   static void DeleteInstance();
 

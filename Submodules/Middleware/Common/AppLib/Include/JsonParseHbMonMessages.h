@@ -39,6 +39,8 @@ class cJsonParseSysStatus {
 // One process's entry in the monitor's process-status message.
 class cHBMonObj {
  public:
+  // Copies "MissedHb", "Version" and "LogLevel"/"State" where they have the
+  // right type; false only when `obj` is not an object.
   bool ParseHBMonObj(const rapidjson::Value& obj);
 
   std::string mKey;  // not filled by any message
@@ -53,9 +55,13 @@ class cJsonParseHbStatus {
   // Reads the "FpMeters" and "FpMenu" entries; the result is that of the last
   // entry parsed (false when there is none or the text is not valid JSON).
   bool ParseHbStatus(const char* json);
+  // Replaces the entry `name` with one read from `obj`; cHBMonObj's result,
+  // false also when memory runs out.
   bool ParseHBMonObj(std::string name, const rapidjson::Value& obj);
 
+  // The entry `name` (shared with this table), or null.
   std::shared_ptr<cHBMonObj> GetHBObj(std::string name);
+  // The entry's state text, or null; valid until the entry is replaced.
   const char* GetAppState(std::string name) const;
 
  private:

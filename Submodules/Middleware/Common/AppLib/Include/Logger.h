@@ -30,28 +30,49 @@ enum MsgType_e : int32_t {
 
 class Logger {
  public:
+  // The process's logger, made on first use (thread-safe); null when memory
+  // runs out. DeleteInstance (run at exit) frees it: callers must have
+  // stopped logging first; a later GetInstance makes a fresh one.
   static Logger* GetInstance();
   static void DeleteInstance();
 
+  // Log one message at the function's level, when it is not below mLevel
+  // and the logger is not muted: to the console (always for Critical), the
+  // sink and the file. Return the character count of the caller's text in
+  // the last output written, 0 when nothing was, -1 on an exception.
   int Critical(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   int Error(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   int Warn(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   int Info(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
   int Debug(const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+  // A notification: to the sink as a Notify record with `title`, else to
+  // standard error. Returns the message's character count, -1 on an exception.
   int Notify(MsgLevel_e level, const char* title, const char* fmt, ...)
       __attribute__((format(printf, 4, 5)));
+  // The level function of `level`: Write(MSG_LEVEL_ERROR, ...) is Error(...).
+  int Write(MsgLevel_e level, const char* fmt, ...) __attribute__((format(printf, 3, 4)));
 
+  // Pushes {"MsgType","Level","Name","Message"[,"Title"]} to the sink; true
+  // when queued. False without a sink or message, or when the queue is full.
   bool SendJson(MsgType_e type, MsgLevel_e level, const char* message, const char* title);
+  // The level's name ("DEBUG"...); "" for an unknown level. Static text.
   static const char* GetLevelName(MsgLevel_e level);
 
+  // Connect the sink (tcp: queue of 200 records, never blocking; ipc:
+  // unbounded). True once connected; false when already attached or the
+  // connect failed. Each step is logged. The socket is the logger's own.
   bool AttachMqOverTcp();
   bool AttachMqOverIpc();
+  // Closes the sink, if any; always true.
   bool DetachMq();
   bool isMqAttached() const { return mpMqSock != nullptr; }
 
   // Returns false even when the file was opened: callers must not read the
   // result as a failure indicator.
+  // Truncates the file at `path` and logs to it, wrapping past totalSize /
+  // count bytes (totalSize 5120..5 MiB, else the previous limit stays).
   bool AttachFile(const char* path, unsigned totalSize, unsigned count);
+  // Stops file logging and closes the file; always true.
   bool DetachFile();
 
   static Logger* mpLogger;
@@ -83,7 +104,7 @@ class Logger {
   Logger& operator=(const Logger&) = delete;
 
   int Log(MsgLevel_e level, const char* fmt, va_list args);
-  bool AttachPush(const std::string& endpoint, bool boundedQueue);
+  bool AttachPush(const std::string& endpoint, int queueLimit);
   bool OpenFile(const char* path);
   bool RewindFile(FILE* stream);
   void CheckFileSize();

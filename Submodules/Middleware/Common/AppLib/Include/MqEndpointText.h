@@ -1,6 +1,7 @@
 #pragma once
 // Endpoint texts ("ipc://dir/name", "tcp://addr:port") built from the fixed
-// endpoints, for everything that binds or connects.
+// endpoints, where the text itself is needed: the PUSH connections' log lines
+// and the tests that play the device's peers.
 
 #include <cstdio>
 #include <string>
@@ -10,7 +11,8 @@
 namespace mq {
 namespace detail {
 
-// printf-style formatting into a std::string; may throw std::bad_alloc.
+// printf-style formatting into a std::string ("" when the format yields
+// nothing); may throw std::bad_alloc.
 template <typename... Args>
 std::string FormatText(const char* format, Args... args) {
   const int len = std::snprintf(nullptr, 0, format, args...);

@@ -2,50 +2,19 @@
 
 #include <czmq.h>
 
-#include <exception>
-#include <string>
-
-#include "MqEndpointText.h"
-
-namespace {
-
-// Binds `sock` (or a PUB socket created here when it is null) to `endpoint`.
-// A socket created here is destroyed again when the bind fails; one passed in
-// stays with the caller.
-zsock_t* BindPub(const std::string& endpoint, zsock_t* sock) {
-  if (endpoint.empty()) return nullptr;
-  zsock_t* target = sock;
-  if (target == nullptr) {
-    target = zsock_new(ZMQ_PUB);
-    if (target == nullptr) return nullptr;
-  }
-  if (zsock_bind(target, "%s", endpoint.c_str()) == -1) {
-    if (target != sock) zsock_destroy(&target);
-    return nullptr;
-  }
-  return target;
-}
-
-}  // namespace
+#include "MqAttach.h"
+#include "MqEndpoints.h"
 
 zsock_t* MqPubHandler::BindMqOverIpc(const char* name, zsock_t* sock) {
   if (name == nullptr) return nullptr;
-  try {
-    mAddress.clear();
-    return BindPub(mq::detail::IpcEndpoint(name), sock);
-  } catch (const std::exception&) {
-    return nullptr;
-  }
+  mAddress.clear();
+  return mq::AttachSocket(sock, ZMQ_PUB, true, mq::kIpcFormat, mq::kIpcDir, name);
 }
 
 zsock_t* MqPubHandler::BindMqOverTcp(const char* address, unsigned int port, zsock_t* sock) {
   if (address == nullptr || port == 0) return nullptr;
-  try {
-    mAddress.clear();
-    return BindPub(mq::detail::TcpEndpoint(address, port), sock);
-  } catch (const std::exception&) {
-    return nullptr;
-  }
+  mAddress.clear();
+  return mq::AttachSocket(sock, ZMQ_PUB, true, mq::kTcpFormat, address, port);
 }
 
 zsock_t* MqPubHandler::BindMqOverUdp(const char*, unsigned int, zsock_t*) {

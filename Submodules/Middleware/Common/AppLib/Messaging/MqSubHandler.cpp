@@ -3,10 +3,9 @@
 #include <czmq.h>
 
 #include <cstring>
-#include <exception>
-#include <string>
 
-#include "MqEndpointText.h"
+#include "MqAttach.h"
+#include "MqEndpoints.h"
 
 namespace {
 
@@ -16,23 +15,10 @@ bool IsTerminated(const char (&entry)[mq::kTopicLen]) {
   return std::memchr(entry, '\0', sizeof(entry)) != nullptr;
 }
 
-// Connects `sock` (or a SUB socket created here when it is null) to `endpoint`
-// and subscribes every usable entry of the table. A socket created here is
-// destroyed again when the connect fails; one passed in stays with the caller.
-// `subscribed` counts the subscriptions made.
-zsock_t* ConnectSub(const std::string& endpoint, char (*topics)[mq::kTopicLen], int count,
-                    zsock_t* sock, int& subscribed) {
-  if (endpoint.empty()) return nullptr;
-  zsock_t* target = sock;
-  if (target == nullptr) {
-    target = zsock_new(ZMQ_SUB);
-    if (target == nullptr) return nullptr;
-  }
-  if (zsock_connect(target, "%s", endpoint.c_str()) == -1) {
-    if (target != sock) zsock_destroy(&target);
-    return nullptr;
-  }
-  if (topics != nullptr) {
+// Subscribes `target` (null: a failed connect) to every usable entry of the
+// table and returns it; `subscribed` counts the subscriptions made.
+zsock_t* Subscribe(zsock_t* target, char (*topics)[mq::kTopicLen], int count, int& subscribed) {
+  if (target != nullptr && topics != nullptr) {
     for (int i = 0; i < count; ++i) {
       if (!IsTerminated(topics[i])) continue;  // longer than 127 characters
       zsock_set_subscribe(target, topics[i]);
@@ -58,21 +44,15 @@ bool Adopt(SubHandler& handler, zsock_t* sock, bool& connected) {
 zsock_t* MqSubHandler::AddMqOverIpc(const char* name, char (*topics)[128], int count,
                                     zsock_t* sock) {
   if (name == nullptr) return nullptr;
-  try {
-    return ConnectSub(mq::detail::IpcEndpoint(name), topics, count, sock, miSubscribed);
-  } catch (const std::exception&) {
-    return nullptr;
-  }
+  return Subscribe(mq::AttachSocket(sock, ZMQ_SUB, false, mq::kIpcFormat, mq::kIpcDir, name),
+                   topics, count, miSubscribed);
 }
 
 zsock_t* MqSubHandler::AddMqOverTcp(const char* address, unsigned int port,
                                     char (*topics)[128], int count, zsock_t* sock) {
   if (address == nullptr || port == 0) return nullptr;
-  try {
-    return ConnectSub(mq::detail::TcpEndpoint(address, port), topics, count, sock, miSubscribed);
-  } catch (const std::exception&) {
-    return nullptr;
-  }
+  return Subscribe(mq::AttachSocket(sock, ZMQ_SUB, false, mq::kTcpFormat, address, port), topics,
+                   count, miSubscribed);
 }
 
 zsock_t* MqSubHandler::AddMqOverUdp(const char*, unsigned int, char (*)[128], int, zsock_t*) {

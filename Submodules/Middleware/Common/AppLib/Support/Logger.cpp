@@ -13,8 +13,10 @@
 #include <exception>
 #include <new>
 
-#include "MqEndpointText.h"
 #include "MqEndpoints.h"
+#include "MqEndpointText.h"
+#include "MqPush.h"
+#include "Singleton.h"
 
 Logger* Logger::mpLogger = nullptr;
 
@@ -63,7 +65,6 @@ unsigned long long TimeStampMs() {
 
 // Guards creation and deletion of the single instance.
 std::mutex gInstanceMutex;
-bool gExitHandlerRegistered = false;
 
 }  // namespace
 
@@ -80,17 +81,11 @@ Logger::~Logger() {
 
 Logger* Logger::GetInstance() {
   std::lock_guard<std::mutex> lock(gInstanceMutex);
-  if (mpLogger == nullptr) {
-    // czmq shuts its context down from an exit handler of its own. Bringing
-    // it up before registering ours means ours runs first, so a sink socket
-    // still attached at exit is closed while the context is alive.
-    zsys_init();
-    mpLogger = new (std::nothrow) Logger();
-    if (mpLogger != nullptr && !gExitHandlerRegistered) {
-      gExitHandlerRegistered = std::atexit(DeleteInstance) == 0;
-    }
-  }
-  return mpLogger;
+  // czmq shuts its context down from an exit handler of its own. Bringing it
+  // up before registering ours means ours runs first, so a sink socket still
+  // attached at exit is closed while the context is alive.
+  if (mpLogger == nullptr) zsys_init();
+  return SingleInstance(mpLogger, DeleteInstance, [] { return new Logger(); }, [] {});
 }
 
 // Callers must have stopped logging (other threads joined) before this runs;
@@ -120,42 +115,27 @@ const char* Logger::GetLevelName(MsgLevel_e level) {
   return "";
 }
 
-int Logger::Critical(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_CRITICAL, fmt, args);
-  va_end(args);
-  return result;
-}
+// The five level functions differ in their level only.
+#define LOGGER_LEVEL_FUNCTION(Name, Level)      \
+  int Logger::Name(const char* fmt, ...) {      \
+    va_list args;                               \
+    va_start(args, fmt);                        \
+    const int result = Log(Level, fmt, args);   \
+    va_end(args);                               \
+    return result;                              \
+  }
 
-int Logger::Error(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_ERROR, fmt, args);
-  va_end(args);
-  return result;
-}
+LOGGER_LEVEL_FUNCTION(Critical, MSG_LEVEL_CRITICAL)
+LOGGER_LEVEL_FUNCTION(Error, MSG_LEVEL_ERROR)
+LOGGER_LEVEL_FUNCTION(Warn, MSG_LEVEL_WARN)
+LOGGER_LEVEL_FUNCTION(Info, MSG_LEVEL_INFO)
+LOGGER_LEVEL_FUNCTION(Debug, MSG_LEVEL_DEBUG)
+#undef LOGGER_LEVEL_FUNCTION
 
-int Logger::Warn(const char* fmt, ...) {
+int Logger::Write(MsgLevel_e level, const char* fmt, ...) {
   va_list args;
   va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_WARN, fmt, args);
-  va_end(args);
-  return result;
-}
-
-int Logger::Info(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_INFO, fmt, args);
-  va_end(args);
-  return result;
-}
-
-int Logger::Debug(const char* fmt, ...) {
-  va_list args;
-  va_start(args, fmt);
-  const int result = Log(MSG_LEVEL_DEBUG, fmt, args);
+  const int result = Log(level, fmt, args);
   va_end(args);
   return result;
 }
@@ -275,38 +255,24 @@ bool Logger::SendJson(MsgType_e type, MsgLevel_e level, const char* message, con
   }
 }
 
-// The connection messages name host and port directly, without the usual
-// file-and-line prefix.
-bool Logger::AttachMqOverTcp() {
-  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort), true);
-}
-
-bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::kLogSinkIpc), false); }
-
 // The tcp sink never blocks the caller: a queue of 200 records, and records
 // beyond it are dropped.
-bool Logger::AttachPush(const std::string& endpoint, bool boundedQueue) {
+bool Logger::AttachMqOverTcp() {
+  return AttachPush(mq::detail::TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort),
+                    kSinkHighWaterMark);
+}
+
+bool Logger::AttachMqOverIpc() { return AttachPush(mq::detail::IpcEndpoint(mq::kLogSinkIpc), 0); }
+
+// The connection messages name the endpoint directly, without the usual
+// file-and-line prefix. "Connected" is written once the socket is attached,
+// so it reaches the sink as well.
+bool Logger::AttachPush(const std::string& endpoint, int queueLimit) {
   std::lock_guard<std::recursive_mutex> lock(mMutex);
-  const char* text = endpoint.c_str();
-  if (mpMqSock != nullptr) {
-    Error("Seems this instance already connected to %s", text);
-    return false;
-  }
-  zsock_t* sock = zsock_new(ZMQ_PUSH);
-  if (sock == nullptr) return false;
-  if (boundedQueue) {
-    zsock_set_sndhwm(sock, kSinkHighWaterMark);
-    zsock_set_sndtimeo(sock, 0);
-  }
-  Debug("Tryig to connect %s", text);
-  if (zsock_connect(sock, "%s", text) != 0) {
-    zsock_destroy(&sock);
-    Error("Failed to connect to %s", text);
-    return false;
-  }
-  mpMqSock = sock;
-  Info("Connected to %s", text);
-  return true;
+  return mq::ConnectPush(&mpMqSock, endpoint.c_str(), queueLimit,
+                         [this](MsgLevel_e level, const char* text, const char* where) {
+                           Write(level, "%s %s", text, where);
+                         });
 }
 
 bool Logger::DetachMq() {

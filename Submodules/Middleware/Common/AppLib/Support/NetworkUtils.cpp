@@ -10,6 +10,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <cstdarg>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -26,6 +27,19 @@ constexpr const char* kProcessMonitorPort = "9989";
 const char* Text(const char* text) { return text != nullptr ? text : ""; }
 
 void NetErrorPrefix() { std::printf("NET ERROR : "); }
+
+// Prints the diagnostic (prefix, then the message) when `verbose`; always
+// returns false, the verdict of every check that calls it.
+bool Reject(bool verbose, const char* format, ...) __attribute__((format(printf, 2, 3)));
+bool Reject(bool verbose, const char* format, ...) {
+  if (!verbose) return false;
+  NetErrorPrefix();
+  va_list args;
+  va_start(args, format);
+  std::vprintf(format, args);
+  va_end(args);
+  return false;
+}
 
 void ReportLinkLocalFailure() {
   NetErrorPrefix();
@@ -134,49 +148,32 @@ bool NetmaskIsValid(const char* text) {
 // values printed with 0x%08x.
 bool IpAddrAndMaskAreValid(const char* ip, const char* mask, bool verbose) {
   if (!IpAddrIsValid(ip)) return false;
-  if (!NetmaskIsValid(mask)) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("The IP Mask (%s) is invalid.\n", Text(mask));
-    }
-    return false;
-  }
+  if (!NetmaskIsValid(mask)) return Reject(verbose, "The IP Mask (%s) is invalid.\n", Text(mask));
   const uint32_t ipWord = GetUint32FromIpString(ip);
   const uint32_t maskWord = GetUint32FromIpString(mask);
   const uint32_t host = ipWord & ~maskWord;
   const uint32_t net = ipWord & maskWord;
 
   if (host == 0) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("The Host ID cannot be zero.\n - IP Address %s and complement of IP Mask %s.\n", ip,
-                  mask);
-    }
-    return false;
+    return Reject(verbose,
+                  "The Host ID cannot be zero.\n - IP Address %s and complement of IP Mask %s.\n",
+                  ip, mask);
   }
   if (net == 0) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("The network prefix cannot be zero. (IP Address %s and IP Mask %s.)\n", ip, mask);
-    }
-    return false;
+    return Reject(verbose, "The network prefix cannot be zero. (IP Address %s and IP Mask %s.)\n",
+                  ip, mask);
   }
   if (host == ~maskWord) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("The Host ID cannot be all ones. \n - IP Address %s and IP Mask %s results in 0x%08x.\n",
+    return Reject(verbose,
+                  "The Host ID cannot be all ones. \n - IP Address %s and IP Mask %s results in "
+                  "0x%08x.\n",
                   ip, mask, ~maskWord);
-    }
-    return false;
   }
   if (net == maskWord) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf(
-          "The network prefix cannot be all ones.\n - IP Address %s and IP Mask %s results in 0x%08x.\n",
-          ip, mask, net);
-    }
-    return false;
+    return Reject(verbose,
+                  "The network prefix cannot be all ones.\n - IP Address %s and IP Mask %s results "
+                  "in 0x%08x.\n",
+                  ip, mask, net);
   }
   return true;
 }
@@ -184,30 +181,19 @@ bool IpAddrAndMaskAreValid(const char* ip, const char* mask, bool verbose) {
 // The IP and mask are the caller's to validate first.
 bool GatewayIsValid(const char* ip, const char* mask, const char* gateway, bool verbose) {
   if (!IpAddrIsValid(gateway)) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("The gateway address %s is invalid.\n", Text(gateway));
-    }
-    return false;
+    return Reject(verbose, "The gateway address %s is invalid.\n", Text(gateway));
   }
   const uint32_t ipWord = GetUint32FromIpString(ip);
   const uint32_t maskWord = GetUint32FromIpString(mask);
   const uint32_t gatewayWord = GetUint32FromIpString(gateway);
   if ((ipWord & maskWord) != (gatewayWord & maskWord)) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("Network prefix does not match IP. (IP Address %s, Gateway %s.)\n",
+    return Reject(verbose, "Network prefix does not match IP. (IP Address %s, Gateway %s.)\n",
                   Text(ip), gateway);
-    }
-    return false;
   }
   if (ipWord == gatewayWord) {
-    if (verbose) {
-      NetErrorPrefix();
-      std::printf("Ip and Gateway cannot have same host ID. (IP Address %s, Gateway %s.)\n",
+    return Reject(verbose,
+                  "Ip and Gateway cannot have same host ID. (IP Address %s, Gateway %s.)\n",
                   Text(ip), gateway);
-    }
-    return false;
   }
   return true;
 }

@@ -92,6 +92,12 @@ timespec cTimer::SleepDeadline(const timespec& now, int microseconds) {
   return deadline;
 }
 
+void cTimer::SleepNs(long ns) {
+  timespec ts{0, ns};
+  while (nanosleep(&ts, &ts) != 0 && errno == EINTR) {
+  }
+}
+
 // Meant for waits under one second. A deadline that the single carry leaves
 // out of range is refused by clock_nanosleep, which then returns at once.
 void cTimer::SleepForSomeTime(int microseconds) {
