@@ -5,7 +5,7 @@
 // Every wait is bounded.
 
 #include <czmq.h>
-#include <dirent.h>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -14,11 +14,13 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "DaemonHarness.h"
 #include "JsonParseHbMonMessages.h"
 #include "Messaging/MetadataPublisher.h"
 #include "Messaging/PubHandler.h"
@@ -44,12 +46,8 @@ bool WaitUntil(Pred done) {
 // Every open ZeroMQ socket holds a descriptor, released by the library's
 // reaper thread after the close: a leak is "more than before, once settled".
 size_t OpenFdCount() {
-  size_t n = 0;
-  if (DIR* dir = opendir("/proc/self/fd")) {
-    while (readdir(dir) != nullptr) ++n;
-    closedir(dir);
-  }
-  return n;
+  const std::filesystem::directory_iterator fds("/proc/self/fd");
+  return static_cast<size_t>(std::distance(begin(fds), end(fds)));
 }
 
 // The count once pending closures have been reaped (20 equal samples).
@@ -74,35 +72,17 @@ std::unique_ptr<char[][128]> MakeTable(const std::vector<std::string>& topics) {
   return table;
 }
 
-// The next message on `sub` as frames; empty when none arrives within `ms`.
-Frames Next(zsock_t* sub, int ms) {
-  zsock_set_rcvtimeo(sub, ms);
-  zmsg_t* msg = zmsg_recv(sub);
-  Frames frames;
-  for (zframe_t* f = msg ? zmsg_first(msg) : nullptr; f != nullptr; f = zmsg_next(msg)) {
-    frames.emplace_back(reinterpret_cast<const char*>(zframe_data(f)), zframe_size(f));
-  }
-  zmsg_destroy(&msg);
-  return frames;
-}
-
-// The next message other than a sync copy, within about two seconds each.
+// The next message other than a sync copy, as frames; none within 2 s: empty.
 Frames RecvFrames(zsock_t* sub) {
-  for (Frames frames = Next(sub, 2000); !frames.empty(); frames = Next(sub, 2000)) {
-    if (frames[0] != kSyncTopic) return frames;
-  }
-  return {};
+  const auto m = harness::ReceiveUntil(sub, harness::Ms(2000),
+                                       [](const harness::Message& m) { return m.topic != kSyncTopic; });
+  return !m ? Frames{} : m->frames == 1 ? Frames{m->topic} : Frames{m->topic, m->payload};
 }
 
 // Calls `sendSync` until a sync message shows up on `sub` (subscribed to it).
-template <typename Send>
-bool SyncSubscriber(zsock_t* sub, Send sendSync) {
-  for (int i = 0; i < 300; ++i) {
-    sendSync();
-    const Frames frames = Next(sub, 10);
-    if (!frames.empty() && frames[0] == kSyncTopic) return true;
-  }
-  return false;
+bool SyncSubscriber(zsock_t* sub, const std::function<void()>& sendSync) {
+  auto isSync = [](const harness::Message& m) { return m.topic == kSyncTopic; };
+  return harness::SendUntil(sendSync, sub, harness::Ms(3000), isSync).has_value();
 }
 
 using testing::internal::CaptureStdout;
