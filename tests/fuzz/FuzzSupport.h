@@ -2,6 +2,7 @@
 // Shared by the fuzz targets: the property check that stops the run, a record
 // built from fuzz bytes, and the rule every rendered text obeys.
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -32,19 +33,11 @@ inline void ToRecord(const uint8_t* data, size_t size, kv_dolby_metadata_t& rec)
   std::memcpy(&rec, data, size < sizeof rec ? size : sizeof rec);
 }
 
+// True when v holds a NaN or an infinity at any depth.
 inline bool HoldsNonFinite(const rapidjson::Value& v) {
   if (v.IsDouble()) return !std::isfinite(v.GetDouble());
-  if (v.IsObject()) {
-    for (auto it = v.MemberBegin(); it != v.MemberEnd(); ++it) {
-      if (HoldsNonFinite(it->value)) return true;
-    }
-  }
-  if (v.IsArray()) {
-    for (const rapidjson::Value& e : v.GetArray()) {
-      if (HoldsNonFinite(e)) return true;
-    }
-  }
-  return false;
+  if (v.IsArray()) return std::any_of(v.Begin(), v.End(), HoldsNonFinite);
+  return v.IsObject() && std::any_of(v.MemberBegin(), v.MemberEnd(), [](auto& m) { return HoldsNonFinite(m.value); });
 }
 
 // The renderer's text holds no NUL and is a JSON object, or, when the

@@ -1,8 +1,6 @@
-// A received control message through the callback the main loop hands every
-// message to: the bytes up to the first NUL are the topic, the rest the
-// payload (none when there is no NUL). The values the main thread shares with
-// the reader thread change only through their own topics and only to values a
-// valid message can give; only an application command asks the process to stop.
+// A control message (topic up to the first NUL, then the payload) through the main loop's
+// callback: shared values change only by their own topics, to values a valid message can
+// give; only an application command asks the process to stop.
 
 #include <cstdio>
 #include <string>
@@ -20,11 +18,7 @@ namespace {
 using S = cDlbStatusSubx;
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
-struct Shared {
-  bool zoom, sys, detected;
-  int source, zp, next;
-  long factor;
-};
+struct Shared { bool zoom, sys, detected; int source, zp, next; long factor; };
 
 Shared Take() {
   return {S::mbDolbyZoomStatus.load(kRelaxed), cJsonParseSysStatus::mbSysStatus.load(kRelaxed),

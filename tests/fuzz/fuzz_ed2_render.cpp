@@ -1,7 +1,5 @@
-// ED2 records through both renderers. The first byte steers: bit 0 is the
-// objects switch, bit 1 keeps the record's own typeId/mdType (otherwise ED2);
-// the rest is the record. Both texts obey the rendering rule and their JSON
-// Schemas, and the lists stay within what the record has room for.
+// ED2 records through both renderers (first byte: bit 0 objects on, bit 1 keep the record's own
+// typeId/mdType): both texts obey the rendering rule and their schemas, lists fit the record.
 
 #include "FuzzSupport.h"
 #include "MetadataJsonPaData.h"

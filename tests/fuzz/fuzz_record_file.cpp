@@ -1,8 +1,6 @@
-// Any bytes as a record file given to plovrest-tap --decode, with and without
-// --fields: exit status 0 for a whole record, 0 or the bad-file status for
-// what starts like a capture, the bad-file status for anything else; never a
-// crash. A whole record also survives the engineer's loop --decode --fields
-// -> --scenario-file: the scenario text rebuilds the same bytes.
+// Any bytes as a record file for plovrest-tap --decode [--fields]: 0 for a whole record, 0 or
+// the bad-file status for a capture, else the bad-file status; a whole record's fields text
+// read as a scenario rebuilds the same bytes.
 
 #include <sys/mman.h>
 #include <unistd.h>

@@ -1,7 +1,5 @@
-// Any bytes as a decoder record (zero-padded to a whole record) through the
-// status document renderer: the text obeys the rendering rule, nothing is read
-// outside the record (ASan), the document satisfies its JSON Schema, and AC-4
-// lists hold what the counts say.
+// Any bytes as a (zero-padded) decoder record through the status renderer: the text obeys
+// the rendering rule and its schema, nothing is read outside the record, AC-4 lists as counted.
 
 #include "FuzzSupport.h"
 #include "PADMetadataJsonDecStatus.h"
@@ -14,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 "the record renders");
   rapidjson::Document parsed;
   fuzz::CheckRendered(*renderer, parsed, "status");
-  // AC-4 lists hold what the counts say, up to the record's 16 and 64 slots.
+  // Up to the record's 16 and 64 slots.
   const rapidjson::Value& info = fuzz::At(parsed, "StatusInfo");
   if (rec.typeId == stream_type::kAc4 && info.IsObject()) {
     const unsigned presentations = rec.md.ac4.presentationCount < 16 ? rec.md.ac4.presentationCount : 16;

@@ -1,13 +1,9 @@
-// Rules of the status document per codec that one golden document cannot
-// show: Dolby Digital (Plus) hidden objects, Dolby Surround and the object
-// walk; Dolby E current program, program walk and bit depth; AC-4
-// presentation selection. Codes outside their tables, limits, absent flags
-// and texts filling their fields are golden cases (ddp-*, dolby-e-*, ac4-*).
+// Per-codec rules of the status document that one golden document cannot show;
+// codes outside their tables, limits and absent flags are golden cases.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 
 #include "RenderTestSupport.h"
@@ -21,19 +17,18 @@ using rapidjson::Value;
 
 // ---- Dolby Digital (Plus)
 
-// A Dolby Digital (Plus) record with object audio decoded.
-std::unique_ptr<kv_dolby_metadata_t> ObjectAudioRecord() {
+// A Dolby Digital (Plus) record with object audio present; decoded when `decoded`.
+std::unique_ptr<kv_dolby_metadata_t> ObjectAudioRecord(bool decoded) {
   auto rec = NewRecord(16, 1);
-  rec->atmosDecode = 1;
+  rec->atmosDecode = decoded;
   rec->md.ddp.atmosPresent = 1;
   return rec;
 }
 
 // Object audio present but not decoded is not shown; the Dolby Surround item
-// depends on (acmod, dsurmod). Other codes outside their tables are golden.
+// depends on (acmod, dsurmod).
 TEST(DecStatusDdpTest, HiddenObjectsAndDolbySurround) {
-  auto hidden = ObjectAudioRecord();
-  hidden->atmosDecode = 0;
+  auto hidden = ObjectAudioRecord(false);
   hidden->md.ddp.numDynObjects = 1;
   const std::string text = Render(*hidden);
   EXPECT_THAT(text, HasSubstr("\"IsAtmosPresent\":false,"));
@@ -41,12 +36,8 @@ TEST(DecStatusDdpTest, HiddenObjectsAndDolbySurround) {
   EXPECT_THAT(text, Not(HasSubstr("AtmosInfo")));
 
   const struct { int acmod, dsurmod; const char* title; const char* desc; } surround[] = {
-      {2, 0, "Dolby Surround", "-"},
-      {2, 3, "Dolby Surround", "Reserved"},
-      {2, 4, "Dolby surround code", "4"},
-      {2, -3, "Dolby surround code", "-3"},
-      {1, 2, "Dolby Surround", "-"},
-  };
+      {2, 0, "Dolby Surround", "-"}, {2, 3, "Dolby Surround", "Reserved"}, {2, 4, "Dolby surround code", "4"},
+      {2, -3, "Dolby surround code", "-3"}, {1, 2, "Dolby Surround", "-"}};
   for (const auto& c : surround) {
     auto rec = NewRecord(16, 1);
     rec->md.ddp.acmod = c.acmod;
@@ -58,7 +49,7 @@ TEST(DecStatusDdpTest, HiddenObjectsAndDolbySurround) {
 TEST(DecStatusDdpTest, ObjectCountIsShownAsReceivedButWalksAtMostFifteenSlots) {
   const std::pair<uint32_t, unsigned> cases[] = {{0, 0}, {1, 1}, {15, 15}, {16, 15}, {0xffffffffu, 15}};
   for (const auto& [count, walked] : cases) {
-    auto rec = ObjectAudioRecord();
+    auto rec = ObjectAudioRecord(true);
     rec->md.ddp.numDynObjects = count;
     for (auto& o : rec->md.ddp.objects) o = {0.5f, 0.5f, 0.5f, DLB_PADC_OBJECT_MIXED};
     auto doc = Parse(Render(*rec));
@@ -69,13 +60,6 @@ TEST(DecStatusDdpTest, ObjectCountIsShownAsReceivedButWalksAtMostFifteenSlots) {
 }
 
 // ---- Dolby E
-
-// Writes program i at its natural place, also past the eight records.
-void PutProgram(kv_dolby_metadata_t& rec, unsigned i, const dlb_padc_dolbye_program_s& program) {
-  std::memcpy(reinterpret_cast<uint8_t*>(&rec.md.dolbye) + offsetof(dlb_padc_ui_md_dolbye_s, programs) +
-                  sizeof program * i,
-              &program, sizeof program);
-}
 
 // A current program equal to the count is kept; above it (or 0) shows "All
 // Programs" and 0 at the top level.
@@ -102,9 +86,9 @@ TEST(DecStatusDolbyETest, ProgramsWalkTheCountUpToSixteen) {
     auto rec = NewRecord(28, 0);
     rec->md.dolbye.programCount = count;
     for (unsigned i = 0; i < kDolbyEMaxRenderedPrograms; ++i) {
-      dlb_padc_dolbye_program_s program{};
+      dlb_padc_dolbye_program_s program{};  // written at its natural place, also past the eight records
       program.dialnorm = static_cast<int32_t>(100 + i);
-      PutProgram(*rec, i, program);
+      Put(*rec, offsetof(dlb_padc_ui_md_dolbye_s, programs) + sizeof program * i, program);
     }
     auto doc = Parse(Render(*rec));
     const Value& programs = Get(*doc, "/Programs");
@@ -145,9 +129,7 @@ TEST(Ac4StatusTest, SelectionListsShowsAndTakesAtmosFromTheActivePresentation) {
       {20, 16, 16, 1, 0},    // active just past the 16 listed
       {20, 15, 16, 16, 15},  // active kept under a capped count
       {16, 15, 16, 16, 15}, {3, 3, 3, 1, 0},  // active equal to the count
-      {3, 2, 3, 3, 2},       {1, 0, 1, 1, 0}, {0, 5, 0, 0, 0},  // nothing listed, shown 0
-      {0, 0, 0, 0, 0},
-  };
+      {3, 2, 3, 3, 2},       {1, 0, 1, 1, 0}, {0, 5, 0, 0, 0}};  // nothing listed, shown 0
   for (const auto& c : cases) {
     SCOPED_TRACE(std::to_string(c.count) + "/" + std::to_string(c.active));
     auto rec = NewAc4Record(c.count);

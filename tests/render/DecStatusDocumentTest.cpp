@@ -22,22 +22,18 @@ TEST(DecStatusDocumentTest, UnknownStreamTypeGivesTheEmptyObject) {
   }
 }
 
-// The block named in the header picks the codec; the stream type only
-// refines Dolby Digital. The whole documents cover the usual pairs.
+// The block named in the header picks the codec; the stream type only refines Dolby Digital.
 TEST(DecStatusDocumentTest, StreamTypeDescription) {
   const struct { int typeId; uint32_t mdType; const char* desc; } cases[] = {
-      {1, 1, "Dolby Digital"}, {28, 1, "Dolby Digital"}, {16, 0, "Dolby E"}, {16, 2, "ED2"},
-      {21, 3, "Dolby AC-4"},   {1, 7, "PCM"},            {28, 4, "PCM"},     {0, 0, "PCM"},
-      {0, 3, "PCM"},
-  };
+      {1, 1, "Dolby Digital"}, {28, 1, "Dolby Digital"}, {16, 0, "Dolby E"}, {16, 2, "ED2"}, {21, 3, "Dolby AC-4"},
+      {1, 7, "PCM"},           {28, 4, "PCM"},           {0, 0, "PCM"},     {0, 3, "PCM"}};
   for (const auto& c : cases) {
     auto rec = NewRecord(c.typeId, c.mdType);
     EXPECT_THAT(Render(*rec), HasSubstr(Item("Type", "Type", std::to_string(c.typeId), c.desc))) << c.mdType;
   }
 }
 
-// An unknown input type reads "AES" and keeps the pair (no input type, AES
-// and SDI: golden cases).
+// An unknown input type reads "AES" and keeps the pair (known types: golden cases).
 TEST(DecStatusDocumentTest, UnknownSignalTypeReadsAes) {
   auto rec = NewRecord(16, 1);
   rec->inputType = static_cast<SysInputType_e>(3);
@@ -46,8 +42,7 @@ TEST(DecStatusDocumentTest, UnknownSignalTypeReadsAes) {
                                       Item("Pair", "Pair", "4294967295", "4294967295")));
 }
 
-// Records are compared from offset 52 over the significant length of the
-// new record's block; the header never counts.
+// Records are compared over the significant length of the new record's block, never the header.
 TEST(DecStatusDocumentTest, RequireUpdateComparesTheSignificantBlockBytes) {
   cPADMetadataJsonDecStatus& renderer = Renderer();
   for (const auto& [mdType, length] : {std::pair<uint32_t, std::size_t>{0, 936}, {1, 396}, {2, 16860}, {3, 33388}}) {
@@ -76,8 +71,7 @@ TEST(DecStatusDocumentTest, RequireUpdateComparesTheSignificantBlockBytes) {
   }
 }
 
-// The new record's block length applies; an unknown block always counts as
-// a change; a record that rendered "{}" is still the one compared against.
+// An unknown block always counts as a change; a record that rendered "{}" is still compared against.
 TEST(DecStatusDocumentTest, RequireUpdateLengthsAndUnknownBlocks) {
   cPADMetadataJsonDecStatus& renderer = Renderer();
   auto kept = NewRecord(99, 1);

@@ -1,19 +1,15 @@
-// Whole documents. tests/golden/<case>.json describes a record in the
-// scenario-file format (the tools' encoder builds it); <case>.status.json and,
-// for ED2, <case>.presentation.json hold the documents it must render to, byte
-// for byte, with "TS" fixed at kNow.
-//
-// PLOVREST_REGEN_GOLDEN=1 rewrites the expected files from the renderers
-// instead of comparing; review every diff before committing it.
+// Whole documents: tests/golden/<case>.json is a record as a scenario file;
+// <case>.status.json (and for ED2 <case>.presentation.json) the documents it
+// renders to, byte for byte, "TS" at kNow. PLOVREST_REGEN_GOLDEN=1 rewrites them.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 
 #include "RenderTestSupport.h"
+#include "common/JsonText.h"
 #include "scenario/Scenario.h"
 #include "schema/DocSchemas.h"
 
@@ -21,13 +17,6 @@ namespace {
 
 namespace fs = std::filesystem;
 using namespace render_test;
-
-std::string ReadFile(const fs::path& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
 
 // Compares `text` (plus a final newline) with `path`, or writes it there;
 // either way the document must satisfy its published JSON Schema.
@@ -42,8 +31,9 @@ void Check(const fs::path& path, const std::string& text, bool regenerate, const
     std::ofstream(path, std::ios::binary) << text << '\n';
     return;
   }
-  ASSERT_TRUE(fs::exists(path)) << path << " is missing (PLOVREST_REGEN_GOLDEN=1 writes it)";
-  EXPECT_EQ(ReadFile(path), text + '\n') << path;
+  std::string expected, error;
+  ASSERT_TRUE(tools::ReadFile(path, expected, error)) << error << " (PLOVREST_REGEN_GOLDEN=1 writes it)";
+  EXPECT_EQ(expected, text + '\n') << path;
 }
 
 TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
