@@ -7,16 +7,17 @@
 
 #include <filesystem>
 #include <fstream>
-#include <sstream>
 #include <stdexcept>
 #include <thread>
 
-#include "MqEndpoints.h"
+#include "MqEndpointText.h"
 
 namespace harness {
 
 namespace {
 
+using mq::detail::IpcEndpoint;
+using mq::detail::TcpEndpoint;
 using Clock = std::chrono::steady_clock;
 
 // Polls `done` every `step` until it holds (true) or `timeout` has passed (false).
@@ -30,18 +31,6 @@ bool PollUntil(F done, Ms timeout, Ms step) {
   return true;
 }
 
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-std::string Ipc(const char* name) { return std::string("ipc://") + mq::kIpcDir + "/" + name; }
-
-std::string Tcp(const char* address, unsigned port) {
-  return std::string("tcp://") + address + ":" + std::to_string(port);
-}
 
 std::string FrameText(zframe_t* frame) {
   return frame ? std::string(reinterpret_cast<const char*>(zframe_data(frame)), zframe_size(frame)) : "";
@@ -65,6 +54,11 @@ std::string MakeTempDir() {
   return dirTemplate;
 }
 
+std::string ReadText(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
 void WriteText(const std::string& path, const std::string& text) {
   std::ofstream(path, std::ios::binary) << text;
 }
@@ -86,13 +80,9 @@ DaemonProcess::DaemonProcess(const std::vector<std::string>& args, const std::st
   if (mPid == 0) {
     for (int sig = 1; sig < NSIG; ++sig) signal(sig, SIG_DFL);
     sigprocmask(SIG_SETMASK, &previous, nullptr);
-    const int in = open("/dev/null", O_RDONLY);
-    const int out = open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const int err = open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (in < 0 || out < 0 || err < 0) _exit(127);
-    dup2(in, 0);
-    dup2(out, 1);
-    dup2(err, 2);
+    const int fds[] = {open("/dev/null", O_RDONLY), open(outPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644),
+                       open(errPath.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644)};
+    for (int fd = 0; fd < 3; ++fd) if (fds[fd] < 0 || dup2(fds[fd], fd) < 0) _exit(127);
     std::vector<char*> argv;
     for (auto& a : argvStore) argv.push_back(a.data());
     argv.push_back(nullptr);
@@ -126,15 +116,11 @@ std::optional<int> DaemonProcess::WaitExit(Ms timeout) {
   return std::nullopt;
 }
 
-std::string DaemonProcess::Stdout() const { return ReadFile(mDir + "/stdout"); }
-std::string DaemonProcess::Stderr() const { return ReadFile(mDir + "/stderr"); }
+std::string DaemonProcess::Stdout() const { return ReadText(mDir + "/stdout"); }
+std::string DaemonProcess::Stderr() const { return ReadText(mDir + "/stderr"); }
 
-bool DaemonProcess::WaitForStdout(const std::string& needle, Ms timeout) const {
-  return PollUntil([&] { return Stdout().find(needle) != std::string::npos; }, timeout, Ms(10));
-}
-
-bool DaemonProcess::WaitForStderr(const std::string& needle, Ms timeout) const {
-  return PollUntil([&] { return Stderr().find(needle) != std::string::npos; }, timeout, Ms(10));
+bool DaemonProcess::WaitForText(const char* file, const std::string& needle, Ms timeout) const {
+  return PollUntil([&] { return ReadText(mDir + file).find(needle) != std::string::npos; }, timeout, Ms(10));
 }
 
 zsock_t* BindWithRetry(zsock_t* (*make)(const char*), const std::string& endpoint) {
@@ -193,13 +179,13 @@ std::optional<Message> SendUntil(const std::function<void()>& send, zsock_t* sub
 }
 
 Peers::Peers() {
-  decoder = BindWithRetry(zsock_new_pub, Tcp(mq::kSlot1Addr, mq::kDecoderPubPort));
-  hwm = BindWithRetry(zsock_new_pub, Tcp(mq::kSlot1Addr, mq::kHwmPubPort));
-  hbMon = BindWithRetry(zsock_new_pub, Ipc(mq::kHbMonPubIpc));
-  appServer = BindWithRetry(zsock_new_pub, Ipc(mq::kAppServerIpc));
-  logSink = BindWithRetry(zsock_new_pull, Tcp(mq::kMainBoardAddr, mq::kLogSinkPort));
-  hbCollector = BindWithRetry(zsock_new_pull, Tcp(mq::kMainBoardAddr, mq::kHeartBeatPort));
-  out = zsock_new_sub((">" + Ipc(mq::kDlbMetadataPubIpc)).c_str(), "");
+  decoder = BindWithRetry(zsock_new_pub, TcpEndpoint(mq::kSlot1Addr, mq::kDecoderPubPort));
+  hwm = BindWithRetry(zsock_new_pub, TcpEndpoint(mq::kSlot1Addr, mq::kHwmPubPort));
+  hbMon = BindWithRetry(zsock_new_pub, IpcEndpoint(mq::kHbMonPubIpc));
+  appServer = BindWithRetry(zsock_new_pub, IpcEndpoint(mq::kAppServerIpc));
+  logSink = BindWithRetry(zsock_new_pull, TcpEndpoint(mq::kMainBoardAddr, mq::kLogSinkPort));
+  hbCollector = BindWithRetry(zsock_new_pull, TcpEndpoint(mq::kMainBoardAddr, mq::kHeartBeatPort));
+  out = zsock_new_sub((">" + IpcEndpoint(mq::kDlbMetadataPubIpc)).c_str(), "");
   if (!decoder || !hwm || !hbMon || !appServer || !logSink || !hbCollector || !out) {
     throw std::runtime_error("a test peer could not bind (run inside scripts/netns-run.sh)");
   }

@@ -31,11 +31,13 @@ class DaemonProcess {
   std::optional<int> WaitExit(Ms timeout);
   std::string Stdout() const;
   std::string Stderr() const;
-  bool WaitForStdout(const std::string& needle, Ms timeout) const;
-  bool WaitForStderr(const std::string& needle, Ms timeout) const;
+  // True once the output holds `needle`, false when the time-out passes first.
+  bool WaitForStdout(const std::string& needle, Ms timeout) const { return WaitForText("/stdout", needle, timeout); }
+  bool WaitForStderr(const std::string& needle, Ms timeout) const { return WaitForText("/stderr", needle, timeout); }
   bool Running();
 
  private:
+  bool WaitForText(const char* file, const std::string& needle, Ms timeout) const;
   pid_t mPid = -1;
   bool mbReaped = false;
   int mStatus = 0;
@@ -55,8 +57,10 @@ struct ToolResult {
 ToolResult RunTool(const std::string& binary, const std::vector<std::string>& args,
                    Ms timeout = Ms(30000));
 
-// A fresh temporary directory (the caller removes it), and a file written whole.
+// A fresh temporary directory (the caller removes it); a file read whole ("" when
+// it cannot be read) and written whole.
 std::string MakeTempDir();
+std::string ReadText(const std::string& path);
 void WriteText(const std::string& path, const std::string& text);
 
 struct Message {

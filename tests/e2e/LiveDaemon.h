@@ -14,8 +14,6 @@
 #include "Messaging/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "RecordFactory.h"
-#include "Render/MetadataJsonPaData.h"
-#include "Render/PADMetadataJsonDecStatus.h"
 #include "scenario/Scenario.h"
 #include "schema/DocSchemas.h"
 #include "tap/DocCheck.h"
@@ -38,23 +36,10 @@ inline bool IsState(const Message& m, const std::string& status, const std::stri
   return m.topic == wire::kDolbyProcStatus && m.payload == harness::StateText(status, event);
 }
 
-inline bool IsTopic(const Message& m, const char* name) { return m.topic == name; }
-
 // A document with its "TS" member (the render time, in seconds) cut out.
 inline std::string WithoutTs(const std::string& doc) {
   static const std::regex ts("^\\{\"TS\":[0-9]+,?");
   return std::regex_replace(doc, ts, "{");
-}
-
-// The status document and the ED2 presentation document of rec as the
-// daemon's renderers make them, without "TS".
-inline std::string Rendered(const kv_dolby_metadata_t& rec) {
-  cPADMetadataJsonDecStatus::GetInstance()->PrepareMetadataJson(rec, 0);
-  return WithoutTs(cPADMetadataJsonDecStatus::GetInstance()->GetString());
-}
-inline std::string RenderedPa(const kv_dolby_metadata_t& rec) {
-  cMetadataJsonPaData::GetInstance()->PreparePaMetadataJson(rec, rec.atmosDecode != 0, 0);
-  return WithoutTs(cMetadataJsonPaData::GetInstance()->GetString());
 }
 
 // The record of a golden case (tests/golden/<name>.json) and its expected
@@ -135,12 +120,12 @@ class LiveDaemon : public testing::Test {
   std::optional<Message> PublishUntilDocument(const kv_dolby_metadata_t& rec,
                                               const char* name = wire::kDolbyMetadataGrp) {
     return harness::SendUntil([&] { SendRecord(rec); }, peers->out, Ms(8000),
-                              [&](const Message& m) { return IsTopic(m, name); });
+                              [&](const Message& m) { return m.topic == name; });
   }
 
   std::optional<Message> Next(const char* name, Ms timeout = Ms(5000)) {
     return harness::ReceiveUntil(peers->out, timeout,
-                                 [&](const Message& m) { return IsTopic(m, name); });
+                                 [&](const Message& m) { return m.topic == name; });
   }
 
   // Drains what is queued on the daemon's endpoint for a short while.

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <random>
 #include <thread>
 
@@ -28,13 +27,6 @@ using mq::detail::TcpEndpoint;
 using testing::EndsWith;
 const std::vector<std::string> kArgs = {"-s", "2", "-i", "lo"};
 
-std::unique_ptr<kv_dolby_metadata_t> Ddp() {
-  auto rec = NewRecord(stream_type::kDolbyDigitalPlus, DLB_PADC_UI_MD_TYPE_DDP);
-  rec->md.ddp.acmod = 7;
-  rec->md.ddp.datarate = 640;
-  return rec;
-}
-
 // A sanitizer's report on the daemon's standard error.
 bool Reported(const std::string& err) {
   return err.find("Sanitizer") != std::string::npos || err.find("runtime error") != std::string::npos;
@@ -47,6 +39,8 @@ void Rebind(zsock_t*& sock, zsock_t* (*make)(const char*), const std::string& en
 }
 
 enum class Fault { QueueFolderRecreated, SinksAbsentFromStart, LogSinkReturnsThenStalls, PeersRestart, HugeMessages };
+const char* const kFaultNames[] = {"QueueFolderRecreated", "SinksAbsentFromStart", "LogSinkReturnsThenStalls",
+                                   "PeersRestart", "HugeMessages"};
 
 class Faults : public LiveDaemon, public testing::WithParamInterface<Fault> {
  protected:
@@ -55,13 +49,14 @@ class Faults : public LiveDaemon, public testing::WithParamInterface<Fault> {
   }
 
   void Inject(Fault fault) {
-    auto rec = Ddp();
+    const auto rec = LoadGolden("reference-ddp").rec;
     switch (fault) {
       case Fault::QueueFolderRecreated: {
         ZoomOn();
         std::filesystem::remove_all(mq::kIpcDir);
         std::filesystem::create_directory(mq::kIpcDir);
-        // The application server comes back with a fresh queue; the daemon reconnects.
+        // The application server comes back with a fresh queue; the daemon reconnects,
+        // and its preset configuration switches decoding off and clears the event.
         Rebind(peers->appServer, zsock_new_pub, IpcEndpoint(mq::kAppServerIpc));
         auto off = harness::SendUntil(
             [&] { harness::Send(peers->appServer, topic::kAppPresetConfiguration, "{}"); }, peers->out,
@@ -89,9 +84,9 @@ class Faults : public LiveDaemon, public testing::WithParamInterface<Fault> {
       }
       case Fault::PeersRestart:
         ZoomOn();
-        ASSERT_TRUE(PublishUntilDocument(*rec).has_value());
+        ASSERT_TRUE(PublishUntilDocument(rec).has_value());
         for (int restart = 0; restart < 3; ++restart) {
-          for (int i = 0; i < 200; ++i) SendRecord(*rec);
+          for (int i = 0; i < 200; ++i) SendRecord(rec);
           Rebind(peers->decoder, zsock_new_pub, TcpEndpoint(mq::kSlot1Addr, mq::kDecoderPubPort));
         }
         Rebind(peers->hwm, zsock_new_pub, TcpEndpoint(mq::kSlot1Addr, mq::kHwmPubPort));
@@ -137,26 +132,20 @@ class Faults : public LiveDaemon, public testing::WithParamInterface<Fault> {
 TEST_P(Faults, DocumentsStayRightAndSigtermStillStops) {
   ASSERT_NO_FATAL_FAILURE(Inject(GetParam()));
   ZoomOn();
-  auto rec = Ddp();
-  auto doc = PublishUntilDocument(*rec);
+  const Golden golden = LoadGolden("reference-ddp");
+  auto doc = PublishUntilDocument(golden.rec);
   ASSERT_TRUE(doc.has_value());
-  EXPECT_EQ(WithoutTs(doc->payload), Rendered(*rec));
+  EXPECT_EQ(WithoutTs(doc->payload), golden.status);
   daemon->Signal(SIGTERM);
   EXPECT_EQ(daemon->WaitExit(Ms(3000)), 0);
   EXPECT_THAT(daemon->Stdout(), EndsWith("SignalValue: 15\n"));
   EXPECT_FALSE(Reported(daemon->Stderr())) << daemon->Stderr();
 }
 
-std::string FaultName(const testing::TestParamInfo<Fault>& info) {
-  static const char* const kNames[] = {"QueueFolderRecreated", "SinksAbsentFromStart",
-                                       "LogSinkReturnsThenStalls", "PeersRestart", "HugeMessages"};
-  return kNames[static_cast<int>(info.param)];
-}
-
 INSTANTIATE_TEST_SUITE_P(E2e, Faults,
                          testing::Values(Fault::QueueFolderRecreated, Fault::SinksAbsentFromStart,
                                          Fault::LogSinkReturnsThenStalls, Fault::PeersRestart, Fault::HugeMessages),
-                         FaultName);
+                         [](const auto& info) { return kFaultNames[static_cast<int>(info.param)]; });
 
 // 100 stops: even runs at a random moment of start-up, odd ones after a random
 // number of records with records still arriving. Before the handlers are
@@ -165,7 +154,7 @@ INSTANTIATE_TEST_SUITE_P(E2e, Faults,
 // reports it); the bound here only catches a hang on a loaded machine.
 TEST_F(LiveDaemon, SigtermAtRandomMomentsStopsCleanly) {
   std::mt19937 rng(13);
-  auto rec = Ddp();
+  const auto rec = LoadGolden("reference-ddp").rec;
   for (int i = 0; i < 100; ++i) {
     SCOPED_TRACE(i);
     if (i > 0) daemon = std::make_unique<harness::DaemonProcess>(kArgs);
@@ -173,10 +162,10 @@ TEST_F(LiveDaemon, SigtermAtRandomMomentsStopsCleanly) {
       std::this_thread::sleep_for(std::chrono::microseconds(rng() % 100000));
     } else {
       ZoomOn();
-      for (unsigned n = rng() % 300; n > 0; --n) SendRecord(*rec);
+      for (unsigned n = rng() % 300; n > 0; --n) SendRecord(rec);
     }
     daemon->Signal(SIGTERM);
-    for (int n = 0; n < 50; ++n) SendRecord(*rec);
+    for (int n = 0; n < 50; ++n) SendRecord(rec);
     const auto status = daemon->WaitExit(Ms(3000));
     ASSERT_TRUE(status.has_value()) << "no exit within 3 s";
     const std::string out = daemon->Stdout();
@@ -206,11 +195,7 @@ TEST(LoggerFile, FullFileSystemIsSurvived) {
   log->Error("last line");
   log->DetachFile();
   EXPECT_LE(std::filesystem::file_size(path), 4096u);
-  {
-    std::ifstream in(path);
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EXPECT_NE(text.find("last line"), std::string::npos) << text;
-  }
+  EXPECT_THAT(harness::ReadText(path), testing::HasSubstr("last line"));
   EXPECT_EQ(umount(dir), 0);
   rmdir(dir);
 }
