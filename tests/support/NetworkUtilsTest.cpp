@@ -95,7 +95,7 @@ TEST(NetworkUtils, GatewayIsValid) {
   }
 }
 
-TEST(NetworkUtils, CreateTcpSocketString) {
+TEST(NetworkUtils, Formatters) {
   char out[32];
   testing::internal::CaptureStdout();
   EXPECT_EQ(CreateTcpSocketStringFromIpAndPort(out, "169.254.2.2", "9989"), 22);
@@ -110,9 +110,7 @@ TEST(NetworkUtils, CreateTcpSocketString) {
             "ERROR:  CreateTcpSocket IP <12345678901234567890>, port <54321>, Result: 32 Max Length: 32\n"
             "        Resultant string: <tcp://12345678901234567890:5432>\n\n");
   EXPECT_EQ(std::strlen(out), 31u);
-}
 
-TEST(NetworkUtils, Formatters) {
   const std::pair<int, const char*> masks[] = {
       {1, "128.0.0.0"},       {9, "255.128.0.0"}, {17, "255.255.128.0"}, {31, "255.255.255.254"},
       {32, "255.255.255.255"}, {0, "0.0.0.0"},    {33, "0.0.0.0"},       {-1, "0.0.0.0"},

@@ -90,7 +90,7 @@ TEST_F(TimerTest, StopAndTheStoppedStates) {
   EXPECT_EQ(timer.GetElapsedMs(), 25u);
 }
 
-TEST_F(TimerTest, MillisecondsWrapAt2To32) {
+TEST_F(TimerTest, MillisecondsWrapAt2To32AndAFailedReadingIsZero) {
   gFakeMs = (uint64_t{1} << 32) + 1234;
   gFakeExtraNs = 999999;  // below one millisecond: dropped
   EXPECT_EQ(cTimer::GetCurrentTimeMs(), 1234u);
@@ -102,10 +102,8 @@ TEST_F(TimerTest, MillisecondsWrapAt2To32) {
   EXPECT_FALSE(timer.HasTimedOut());
   gFakeMs += 2;
   EXPECT_TRUE(timer.HasTimedOut());
-}
-
-TEST_F(TimerTest, ClockFailurePrintsAndExpiresARunningTimer) {
-  cTimer timer(1000);
+  // A failed reading prints and gives 0, which expires a running timer.
+  timer.Restart(1000);
   gFakeFails = true;
   testing::internal::CaptureStdout();
   EXPECT_EQ(cTimer::GetCurrentTimeMs(), 0u);
@@ -114,7 +112,8 @@ TEST_F(TimerTest, ClockFailurePrintsAndExpiresARunningTimer) {
   EXPECT_EQ(testing::internal::GetCapturedStdout().substr(0, line.size()), line);
 }
 
-TEST_F(TimerTest, SleepDeadlineCarriesOnce) {
+// The static helpers: the sleep deadline carries once; elapsed time since a start.
+TEST_F(TimerTest, SleepDeadlineAndElapsedTime) {
   const struct { long nowNs; int micros; time_t sec; long ns; } cases[] = {
       {500000000, 999999, 11, 500000000 + 999999000 - 999999999},
       {0, 1000, 10, 1000000},
@@ -127,16 +126,13 @@ TEST_F(TimerTest, SleepDeadlineCarriesOnce) {
     EXPECT_EQ(deadline.tv_sec, c.sec) << c.nowNs << " + " << c.micros << " us";
     EXPECT_EQ(deadline.tv_nsec, c.ns) << c.nowNs << " + " << c.micros << " us";
   }
-}
-
-TEST_F(TimerTest, ElapsedTimeHelper) {
-  const struct { timespec start; uint64_t nowMs; long nowExtraNs; unsigned expected; } cases[] = {
+  const struct { timespec start; uint64_t nowMs; long nowExtraNs; unsigned expected; } elapsed[] = {
       {{10, 900000000}, 11100, 0, 200},
       {{10, 0}, 10000, 999999, 0},
       // The sum is formed in 32 bits: 5 s comes out as (5e9 mod 2^32) / 1e6.
       {{10, 0}, 15000, 0, static_cast<unsigned>((5000000000ULL % (1ULL << 32)) / 1000000)},
   };
-  for (const auto& c : cases) {
+  for (const auto& c : elapsed) {
     gFakeMs = c.nowMs;
     gFakeExtraNs = c.nowExtraNs;
     timespec start = c.start;
