@@ -1,7 +1,5 @@
-// The tap's views of what the daemon publishes: table rows, gists, JSON lines,
-// statistics, the --validate verdict. The table and pretty views of every
-// stream kind are pinned by the reference pages' check; dropping "TS" by the
-// capture-replay test.
+// The tap's views: table rows, gists, JSON lines, statistics, the --validate verdict (the table and
+// pretty views of every stream kind: the reference pages).
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,8 +29,7 @@ std::string RecordBytes(int32_t typeId, uint32_t mdType) {
   return std::string(reinterpret_cast<const char*>(rec.get()), sizeof *rec);
 }
 
-// Items, sections and one-element ExData of real documents are pinned by the
-// reference pages; here the forms they do not show.
+// The forms of rows the reference pages do not show.
 TEST(TableRows, ScalarsEmptyArraysAndLongerExData) {
   const auto doc = ParseDoc(R"({"IsAtmosPresent": true, "Streams": [], "Two": {"ExData": [{"A": 1}, {"A": 2}]}})");
   const std::vector<std::vector<std::string>> expected = {
@@ -65,9 +62,7 @@ TEST(Gist, OfEachKindOfPayload) {
   EXPECT_THAT(tap::SummaryLine(m), HasSubstr("DolbyProcStatus         Decoding  [3 frames]"));
 }
 
-// The decoder's texts reach the documents byte for byte: bytes that are not
-// UTF-8, and control characters, are shown as \xNN in every view for people
-// and keep a JSON line valid JSON; valid UTF-8 is left alone.
+// Bytes that are not UTF-8, and control characters, show as \xNN in views and keep JSON lines valid.
 TEST(Views, ShowBytesThatAreNotUtf8) {
   const struct { std::string in, shown; } rows[] = {
       {"English \xc3\xa9\xe2\x82\xac", "English \xc3\xa9\xe2\x82\xac"},
@@ -81,9 +76,7 @@ TEST(Views, ShowBytesThatAreNotUtf8) {
     EXPECT_THAT(tap::FormatMessage(m, tap::View::Table), HasSubstr(row.shown + "\n"));
     const auto line = ParseDoc(tap::JsonLine(m));
     EXPECT_EQ(line.HasMember("payload"), row.in == row.shown) << row.shown;
-    if (row.in != row.shown) {
-      EXPECT_THAT(line["text"].GetString(), HasSubstr(row.shown));
-    }
+    if (row.in != row.shown) { EXPECT_THAT(line["text"].GetString(), HasSubstr(row.shown)); }
   }
   EXPECT_EQ(tap::VisibleText("\x1b[2Jclear\ttab\x7f\n"), "\\x1B[2Jclear\ttab\\x7F\n");
 }
@@ -121,14 +114,11 @@ TEST(TopicStats, RatesOverTheWindowAndTheLatestState) {
   EXPECT_THAT(report, ::testing::ContainsRegex("DolbyMetadataGrp +40 +4\\.6 "));
   EXPECT_THAT(report, HasSubstr("decoder state: Decoding (Dolby Preset)"));
   EXPECT_THAT(report, ::testing::Not(HasSubstr("INVALID")));
-  stats.AddVerdict(topic::kDolbyMetadataGrp, true, false);
-  stats.AddVerdict(topic::kDolbyMetadataGrp, false, true);
-  stats.AddVerdict(topic::kDolbyMetadataGrp, false, true);
+  for (const bool invalid : {true, false, false}) stats.AddVerdict(topic::kDolbyMetadataGrp, invalid, !invalid);
   EXPECT_THAT(stats.Report(7.0), ::testing::ContainsRegex("INVALID +CUT\n.*DolbyMetadataGrp +40 .* +1 +2\n"));
 }
 
-// The verdict of --validate: by topic, the first violation of the schema (a
-// cut document: tools_cli_test).
+// The verdict of --validate: by topic, the first violation of the schema (a cut: tools_cli_test).
 TEST(DocCheck, NamesTheFirstViolationOrTheCut) {
   using Kind = tap::DocCheck::Kind;
   const struct { const char* topic; const char* payload; Kind kind; const char* path; const char* rule; } cases[] = {
