@@ -322,17 +322,15 @@ class MetadataPublisherTest : public ::testing::Test {
 
 TEST_F(MetadataPublisherTest, FailedBindIsLoggedAndLeavesAnUnboundSocket) {
   const char* inNamespace = std::getenv("PLOVREST_IN_NETNS");
-  if (inNamespace == nullptr || std::string(inNamespace) != "1") {
-    GTEST_SKIP() << "moves /run/shm/mq aside: only inside the private namespace";
-  }
+  if (inNamespace == nullptr || std::string(inNamespace) != "1") GTEST_SKIP() << "moves /run/shm/mq aside";
   ASSERT_EQ(std::rename("/run/shm/mq", "/run/shm/mq.aside"), 0);
   testing::internal::CaptureStderr();
   Init(1);
   const std::string err = testing::internal::GetCapturedStderr();
   ASSERT_EQ(std::rename("/run/shm/mq.aside", "/run/shm/mq"), 0);
 
-  EXPECT_NE(err.find("MetadataPublisher.cpp|"), std::string::npos) << err;
-  EXPECT_NE(err.find("|\"Failed to initialize HWM Pubs.\""), std::string::npos) << err;
+  EXPECT_THAT(err, testing::HasSubstr("MetadataPublisher.cpp|"));
+  EXPECT_THAT(err, testing::HasSubstr("|\"Failed to initialize HWM Pubs.\""));
   ASSERT_NE(pub_, nullptr);
   EXPECT_FALSE(pub_->mbBoundOverIpc);
   ASSERT_NE(pub_->mpSock, nullptr);

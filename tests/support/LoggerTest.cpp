@@ -47,15 +47,13 @@ struct TempFile {
 };
 
 // Splits on "\n\033[0m", the end of every console and file line.
-std::vector<std::string> SplitLines(const std::string& text) {
+std::vector<std::string> SplitLines(std::string text) {
   static const std::string kEnd = "\n\033[0m";
   std::vector<std::string> lines;
-  size_t start = 0;
-  for (size_t pos = text.find(kEnd); pos != std::string::npos; pos = text.find(kEnd, start)) {
-    lines.push_back(text.substr(start, pos - start));
-    start = pos + kEnd.size();
+  for (size_t pos; (pos = text.find(kEnd)) != std::string::npos; text.erase(0, pos + kEnd.size())) {
+    lines.push_back(text.substr(0, pos));
   }
-  if (start < text.size()) lines.push_back(text.substr(start));
+  if (!text.empty()) lines.push_back(text);
   return lines;
 }
 
