@@ -51,8 +51,7 @@ std::string DaemonPath();
 // WaitExit gives it (-1000 when it did not finish), standard output and error.
 struct ToolResult {
   int status = -1000;
-  std::string out;
-  std::string err;
+  std::string out, err;
 };
 ToolResult RunTool(const std::string& binary, const std::vector<std::string>& args,
                    Ms timeout = Ms(30000));

@@ -1,7 +1,7 @@
 // Heartbeat client: its record, and what it sends to a stand-in collector on
-// the fixed endpoints. Runs inside the private namespace (169.254.2.2 on lo,
-// private /run/shm/mq).
+// the fixed endpoints (inside the private namespace).
 #include "Captured.h"
+#include "DaemonHarness.h"
 #include "HeartBeater.h"
 
 #include <czmq.h>
@@ -40,7 +40,6 @@ class HeartBeaterTest : public testing::Test {
     hb->mbVersionSet = false;
     pull = zsock_new(ZMQ_PULL);
     ASSERT_NE(pull, nullptr);
-    zsock_set_rcvtimeo(pull, 5000);  // bound on every wait; never a pass criterion
     for (const std::string& endpoint : {kTcp, kIpc}) {
       // The previous test's collector closes asynchronously and may hold the
       // port for a moment: retry the bind a bounded number of times.
@@ -60,14 +59,8 @@ class HeartBeaterTest : public testing::Test {
   bool SetRecord() { return hb->SetHeartBeatJson("PlovrestDaemon", "Tessaly-v0.0.65", PROCESS_STATUS_RUNNING); }
 
   Frames Receive() {  // empty when nothing arrived in time
-    Frames frames;
-    zmsg_t* msg = zmsg_recv(pull);
-    for (char* f = msg ? zmsg_popstr(msg) : nullptr; f != nullptr; f = zmsg_popstr(msg)) {
-      frames.emplace_back(f);
-      zstr_free(&f);
-    }
-    zmsg_destroy(&msg);
-    return frames;
+    const auto m = harness::Receive(pull, harness::Ms(5000));
+    return !m ? Frames{} : m->frames == 1 ? Frames{m->topic} : Frames{m->topic, m->payload};
   }
 
   cHeartBeater* hb = nullptr;

@@ -1,7 +1,6 @@
-// The monitor messages (hardware monitor signal status and ED2 lines, process
-// monitor system status and process table) and the application command. Peers
-// can send anything: nesting of any depth is parsed without recursion, so a
-// deep member neither crashes a parser nor changes a valid message's meaning.
+// The monitor messages and the application command. Nesting of any depth is
+// parsed without recursion: a deep member neither crashes a parser nor changes
+// a valid message's meaning.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

@@ -1,5 +1,4 @@
-// Records from the decoder to documents on the daemon's endpoint: every stream
-// kind, republication, and the records the daemon must drop.
+// Records to documents: every stream kind, republication, records to drop.
 
 #include <gmock/gmock.h>
 

@@ -1,10 +1,6 @@
-// Faults the device can throw at the running daemon, one row each: its queue
-// folder removed and recreated, the log sink and heartbeat collector absent
-// from the start, the log sink returning and then stalling, the decoder and
-// the hardware monitor restarting mid-stream. After each the documents are
-// still right and a SIGTERM still stops it cleanly. Also SIGTERM at random
-// moments of start-up and of record flow, and the log file on a full file
-// system. (Malformed control messages: the control_message fuzz target.)
+// Faults the device can throw at the running daemon, one row each; after each
+// the documents are still right and SIGTERM still stops it cleanly. Also SIGTERM
+// at random moments, and the log file on a full file system.
 
 #include <gmock/gmock.h>
 #include <sys/mount.h>

@@ -1,5 +1,5 @@
-// Decoder-state messages and the control plane, end to end: the monitors'
-// messages switch decoding and the state text; exit commands stop the daemon.
+// Decoder states end to end: the monitors switch decoding and the state text;
+// exit commands stop the daemon.
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,6 @@
-// Messaging on real sockets (private /run/shm/mq, the device's link-local
-// addresses): the socket wrappers and the metadata publisher. A PUB drops
-// everything sent before a subscriber has joined, so tests first repeat a
-// "sync" message until it is seen and skip late copies of it afterwards.
-// Every wait is bounded.
+// The socket wrappers and the metadata publisher on real sockets. A PUB drops
+// what is sent before a subscriber joins: tests repeat a "sync" message until
+// it is seen and skip its late copies. Every wait is bounded.
 
 #include <czmq.h>
 #include <functional>

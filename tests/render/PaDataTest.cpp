@@ -1,5 +1,4 @@
-// ED2 presentation document: when nothing is listed, and the clamps on the
-// counts (whole documents are golden files). Block offsets written:
+// ED2 presentation document: when nothing is listed, and the count clamps. Offsets:
 //   bed j:     source count 276 + 284j, source targets 280 + 284j + 4k
 //   presentation k at 15034 + 114k: name, bedIncluded +64, bedSetIndex +73,
 //              objectIncluded +82, objectSetIndex +98

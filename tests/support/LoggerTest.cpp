@@ -1,6 +1,5 @@
-// The logger: console formats, level gating, Notify, the circular file, the
-// LOG_AT macro, and the log-sink records read back from PULL sockets bound
-// where the collector lives (inside the private namespace).
+// The logger: console lines, level gates, Notify, the circular file, LOG_AT,
+// and the log-sink records (collectors bound inside the private namespace).
 
 #include <czmq.h>
 #include <gmock/gmock.h>
@@ -19,6 +18,7 @@
 #include <vector>
 
 #include "Captured.h"
+#include "DaemonHarness.h"
 #include "Logger.h"
 
 namespace {
@@ -302,7 +302,6 @@ class LoggerSinkTest : public LoggerTest {
     for (int i = 0; i < 2; ++i) {
       spPull[i] = zsock_new(ZMQ_PULL);
       ASSERT_NE(spPull[i], nullptr);
-      zsock_set_rcvtimeo(spPull[i], 5000);
       ASSERT_NE(zsock_bind(spPull[i], "%s", (i ? kIpc : kTcp).c_str()), -1) << (i ? kIpc : kTcp);
     }
   }
@@ -319,11 +318,9 @@ class LoggerSinkTest : public LoggerTest {
 
   // The next record, or "" (and a failure) when none arrives in 5 s.
   std::string Recv() {
-    char* text = zstr_recv(spPull[mPull]);
-    EXPECT_NE(text, nullptr) << "no record arrived";
-    std::string record(text != nullptr ? text : "");
-    zstr_free(&text);
-    return record;
+    const auto record = harness::Receive(spPull[mPull], harness::Ms(5000));
+    EXPECT_TRUE(record.has_value()) << "no record arrived";
+    return record ? record->topic : "";
   }
 
   // The "Message" member of the next record, without its time stamp.

@@ -127,49 +127,34 @@ TEST(NetworkUtils, Formatters) {
   EXPECT_STREQ(mac, "00:1b:a0:ff:09:7e");
 }
 
-// Runs every look-up on `name`; returns their results and what they printed.
-struct LookUps {
-  char address[16], endpoint[32], text[18];
-  unsigned char bytes[6];
-  int rc[4];
-  std::string printed;
-  explicit LookUps(const char* name) {
+// Every look-up over buffers filled with junk: lo (up with 127.0.0.1, no
+// hardware address) succeeds; names that are no interface fail, zeroing.
+TEST(NetworkIface, LookUpsOnLoopbackAndUnknownNames) {
+  const char* const failed = "NET ERROR :  - getting link local IP address.\n"
+                             "NET ERROR :  - getting link local IP address.\n"
+                             "NET ERROR : Unable to get mac address from ioctl.\n"
+                             "NET ERROR : Unable to get mac address from ioctl.\n";
+  const struct { const char* name; int rc; const char* address; const char* printed; } cases[] = {
+      {"lo", 0, "127.0.0.1", ""}, {"nosuch0", 1, "0.0.0.0", failed}, {"", 1, "0.0.0.0", failed},
+      {"a-name-much-longer-than-an-interface-name-can-be", 1, "0.0.0.0", failed}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    char address[16], endpoint[32] = "", text[18];
+    unsigned char bytes[6];
     std::memset(address, 'x', sizeof(address));
     std::memset(bytes, 0xAA, sizeof(bytes));
     std::memset(text, 'x', sizeof(text));
     testing::internal::CaptureStdout();
-    rc[0] = GetInterfaceAddressFromIoctl(name, address);
-    rc[1] = GetProcessMonitorSocketStringFromIoctl(name, endpoint);
-    rc[2] = GetMacBytesFromIoctl(bytes, name);
-    rc[3] = GetMacStringFromIoctl(text, name);
-    printed = testing::internal::GetCapturedStdout();
-  }
-  bool ZeroMac() const { return bytes[0] == 0 && std::memcmp(bytes, bytes + 1, 5) == 0; }
-};
-
-TEST(NetworkIface, LoopbackLookUps) {
-  const LookUps lo("lo");
-  EXPECT_THAT(lo.rc, testing::Each(0));
-  EXPECT_EQ(lo.printed, "");
-  EXPECT_STREQ(lo.address, "127.0.0.1");
-  EXPECT_STREQ(lo.endpoint, "tcp://127.0.0.1:9989");
-  EXPECT_TRUE(lo.ZeroMac());  // loopback has no hardware address
-  EXPECT_STREQ(lo.text, "00:00:00:00:00:00");
-}
-
-TEST(NetworkIface, UnknownInterfaceFailsWithZeroedResults) {
-  for (const char* name : {"nosuch0", "", "a-name-much-longer-than-an-interface-name-can-be"}) {
-    SCOPED_TRACE(name);
-    const LookUps none(name);
-    EXPECT_THAT(none.rc, testing::Each(1));
-    EXPECT_EQ(none.printed,
-              "NET ERROR :  - getting link local IP address.\n"
-              "NET ERROR :  - getting link local IP address.\n"
-              "NET ERROR : Unable to get mac address from ioctl.\n"
-              "NET ERROR : Unable to get mac address from ioctl.\n");
-    EXPECT_STREQ(none.address, "0.0.0.0");
-    EXPECT_TRUE(none.ZeroMac());
-    EXPECT_EQ(std::string(none.text, sizeof(none.text)), std::string(sizeof(none.text), '\0'));
+    const int rc[] = {GetInterfaceAddressFromIoctl(c.name, address),
+                      GetProcessMonitorSocketStringFromIoctl(c.name, endpoint), GetMacBytesFromIoctl(bytes, c.name),
+                      GetMacStringFromIoctl(text, c.name)};
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), c.printed);
+    EXPECT_THAT(rc, testing::Each(c.rc));
+    EXPECT_STREQ(address, c.address);
+    EXPECT_STREQ(endpoint, c.rc == 0 ? "tcp://127.0.0.1:9989" : "");
+    EXPECT_THAT(bytes, testing::Each(0));  // loopback has no hardware address either
+    EXPECT_EQ(std::string(text, sizeof(text)),
+              c.rc == 0 ? std::string("00:00:00:00:00:00", sizeof(text)) : std::string(sizeof(text), '\0'));
   }
 }
 

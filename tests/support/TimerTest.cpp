@@ -1,5 +1,4 @@
-// cTimer on a hand-stepped clock: time-out boundary, fire-once, the state
-// changes, 32-bit wrap, and the static helpers.
+// cTimer on a hand-stepped clock: boundary, fire-once, states, wrap, helpers.
 
 #include <gtest/gtest.h>
 
