@@ -1,7 +1,6 @@
-// Any text as a scenario file. Accepted: at least one step, every hold and
-// event time in range, events in time order, and every step's record reads
-// back into a description that rebuilds it byte for byte. Rejected: one error
-// line that names the file.
+// Any text as a scenario file. Accepted: steps, holds and events in range and
+// order, each record rebuilt byte for byte from its read-back. Rejected: one
+// error line naming the file.
 
 #include <cmath>
 

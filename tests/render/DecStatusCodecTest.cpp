@@ -1,5 +1,4 @@
-// Per-codec rules of the status document that one golden document cannot show;
-// codes outside their tables, limits and absent flags are golden cases.
+// Per-codec status-document rules one golden document cannot show.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,5 +1,4 @@
-// The tap's views: table rows, gists, JSON lines, statistics, the --validate verdict (the table and
-// pretty views of every stream kind: the reference pages).
+// The tap's views: table rows, gists, JSON lines, statistics, --validate.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
