@@ -88,15 +88,21 @@ inline double ColdRatio(const char* name) {
 
 }  // namespace render_bench
 
-// Times render(renderer) (which renders and serialises) and reports the
-// counters above for case `name` (the benchmark's registered name).
+// Times render(renderer, record) (which renders and serialises) and reports
+// the counters above for case `name` (the benchmark's registered name). The
+// record is a copy of `sent` made once the renderer exists, as the reader
+// copies each frame just before rendering it: fresh in cache, not left
+// behind by the renderer's start-up.
 template <typename Renderer, typename Render>
-void TimeRendering(benchmark::State& state, const char* name, Renderer* renderer, Render render) {
+void TimeRendering(benchmark::State& state, const char* name, Renderer* renderer,
+                   const kv_dolby_metadata_t& sent, Render renderTo) {
   using namespace render_bench;
   if (renderer == nullptr) {
     state.SkipWithError("no renderer");
     return;
   }
+  const auto received = std::make_unique<kv_dolby_metadata_t>(sent);
+  auto render = [&](Renderer& r) { renderTo(r, *received); };
   if (std::getenv("PLOVREST_COLD_PROBE") != nullptr) ProbeCold(*renderer, render);
   render(*renderer);  // the first render is the cold one, measured apart
   const long allocsBefore = HeapAllocations();

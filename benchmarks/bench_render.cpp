@@ -64,8 +64,10 @@ std::unique_ptr<kv_dolby_metadata_t> DolbyERecord(uint8_t programCount) {
 void RenderRecord(benchmark::State& state, const char* name,
                   std::unique_ptr<kv_dolby_metadata_t> rec) {
   long now = 1700000000;
-  TimeRendering(state, name, cPADMetadataJsonDecStatus::GetInstance(),
-                [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, ++now); });
+  TimeRendering(state, name, cPADMetadataJsonDecStatus::GetInstance(), *rec,
+                [&](cPADMetadataJsonDecStatus& r, const kv_dolby_metadata_t& received) {
+                  r.PrepareMetadataJson(received, ++now);
+                });
 }
 
 void BM_RenderPcm(benchmark::State& state) {

@@ -16,22 +16,28 @@ constexpr long kNow = 1700000000;
 
 void BM_Ac4StatusLargest(benchmark::State& state) {
   const auto rec = LargestAc4Record();
-  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(),
-                [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, kNow); });
+  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(), *rec,
+                [](cPADMetadataJsonDecStatus& r, const kv_dolby_metadata_t& received) {
+                  r.PrepareMetadataJson(received, kNow);
+                });
 }
 BENCHMARK(BM_Ac4StatusLargest)->Unit(benchmark::kMicrosecond);
 
 void BM_Ed2StatusTwoPairs(benchmark::State& state) {
   const auto rec = LargestEd2Record();
-  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(),
-                [&](cPADMetadataJsonDecStatus& r) { r.PrepareMetadataJson(*rec, kNow); });
+  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(), *rec,
+                [](cPADMetadataJsonDecStatus& r, const kv_dolby_metadata_t& received) {
+                  r.PrepareMetadataJson(received, kNow);
+                });
 }
 BENCHMARK(BM_Ed2StatusTwoPairs)->Unit(benchmark::kMicrosecond);
 
 void BM_Ed2PresentationsLargest(benchmark::State& state) {
   const auto rec = LargestEd2Record();
-  TimeRendering(state, __func__, cMetadataJsonPaData::GetInstance(),
-                [&](cMetadataJsonPaData& r) { r.PreparePaMetadataJson(*rec, true, kNow); });
+  TimeRendering(state, __func__, cMetadataJsonPaData::GetInstance(), *rec,
+                [](cMetadataJsonPaData& r, const kv_dolby_metadata_t& received) {
+                  r.PreparePaMetadataJson(received, true, kNow);
+                });
 }
 BENCHMARK(BM_Ed2PresentationsLargest)->Unit(benchmark::kMicrosecond);
 

@@ -21,12 +21,14 @@ int cPADMetadataJsonDecStatus::mLogLevel = MSG_LEVEL_DEBUG;
 // The largest status document (AC-4, every presentation and substream, all
 // texts at full width) uses about 250 KiB of pool and 125 KiB of text.
 cPADMetadataJsonDecStatus::cPADMetadataJsonDecStatus() : cMetadataJson(384 * 1024, 256 * 1024) {
-  // The largest record of each kind, rendered once: the pages and the code
-  // its documents need are then in place; the first record leaves no trace.
+  // The largest record of each kind, then the smallest, rendered once (see
+  // LargestRecords.h); the first record received leaves no trace.
   auto rec = std::make_unique<kv_dolby_metadata_t>();
-  for (int32_t kind : largest_records::kKinds) {
-    largest_records::Fill(kind, *rec);
-    PrepareMetadataJson(*rec, 0);
+  for (auto fill : {largest_records::Fill, largest_records::FillSmallest}) {
+    for (int32_t kind : largest_records::kKinds) {
+      fill(kind, *rec);
+      PrepareMetadataJson(*rec, 0);
+    }
   }
   std::memset(&mLastRecord, 0, sizeof mLastRecord);
   NewDocument();

@@ -67,9 +67,12 @@ constexpr std::string_view kDynamicObjectLayout = "1.0";
 // The largest presentation document (16 presentations, every bed and object,
 // names at full width) uses about 1 MiB of pool and 330 KiB of text.
 cMetadataJsonPaData::cMetadataJsonPaData() : cMetadataJson(1536 * 1024, 448 * 1024) {
+  // The largest ED2 record, then the smallest, rendered once (see LargestRecords.h).
   auto rec = std::make_unique<kv_dolby_metadata_t>();
-  largest_records::Fill(stream_type::kEd2, *rec);
-  PreparePaMetadataJson(*rec, true, 0);
+  for (auto fill : {largest_records::Fill, largest_records::FillSmallest}) {
+    fill(stream_type::kEd2, *rec);
+    PreparePaMetadataJson(*rec, true, 0);
+  }
   NewDocument();
 }
 
