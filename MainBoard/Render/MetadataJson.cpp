@@ -1,11 +1,7 @@
 #include "MetadataJson.h"
 
-#include <cstdint>
-#include <cstring>
-
-#include <rapidjson/writer.h>
-
 #include "ItemText.h"
+#include "JsonText.h"
 
 using rapidjson::Value;
 
@@ -21,7 +17,6 @@ std::unique_ptr<char[]> KeptBlock(std::size_t bytes) { return std::unique_ptr<ch
 cMetadataJson::cMetadataJson(std::size_t poolBytes, std::size_t textBytes)
     : mPoolBlock(KeptBlock(poolBytes)),
       mPool(mPoolBlock.get(), poolBytes),
-      mWriterStack(mWriterStackBlock, sizeof mWriterStackBlock),
       mDoc(&mPool),
       mItemStack(mItemStackBlock, sizeof mItemStackBlock),
       mItemBuilder(&mPool, kItemStackBytes / 4, &mItemStack) {
@@ -170,61 +165,7 @@ void cMetadataJson::NewDocument() {
   mBuffer.Clear();
 }
 
-namespace {
-
-// rapidjson's compact writer, except that a name or string without anything to
-// escape (no control character, quote or backslash) is copied in one step
-// instead of byte by byte; the text is the same.
-using PoolWriter = rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>,
-                                     rapidjson::MemoryPoolAllocator<>>;
-
-class CompactWriter : public PoolWriter {
- public:
-  CompactWriter(rapidjson::StringBuffer& out, rapidjson::MemoryPoolAllocator<>& stack)
-      : PoolWriter(out, &stack) {}
-
-  bool String(const Ch* str, rapidjson::SizeType length, bool copy = false) {
-    if (NeedsEscape(str, length)) return PoolWriter::String(str, length, copy);
-    Prefix(rapidjson::kStringType);
-    char* out = os_->Push(length + 2);
-    out[0] = '"';
-    if (length != 0) std::memcpy(out + 1, str, length);
-    out[length + 1] = '"';
-    return EndValue(true);
-  }
-  bool Key(const Ch* str, rapidjson::SizeType length, bool copy = false) {
-    return String(str, length, copy);
-  }
-
- private:
-  // True when some byte is a control character, a quote or a backslash;
-  // eight bytes at a time (a stray true only takes the byte-wise path).
-  static bool NeedsEscape(const char* str, std::size_t length) {
-    constexpr uint64_t kOnes = 0x0101010101010101ull;
-    constexpr uint64_t kHigh = 0x8080808080808080ull;
-    std::size_t i = 0;
-    for (; i + 8 <= length; i += 8) {
-      uint64_t w;
-      std::memcpy(&w, str + i, 8);
-      const uint64_t quote = w ^ (kOnes * '"');
-      const uint64_t slash = w ^ (kOnes * '\\');
-      const uint64_t control = (w - kOnes * 0x20) & ~w;
-      const uint64_t hit = (control | ((quote - kOnes) & ~quote) | ((slash - kOnes) & ~slash)) & kHigh;
-      if (hit != 0) return true;
-    }
-    for (; i < length; ++i) {
-      const unsigned char c = static_cast<unsigned char>(str[i]);
-      if (c < 0x20 || c == '"' || c == '\\') return true;
-    }
-    return false;
-  }
-};
-
-}  // namespace
-
 void cMetadataJson::Serialize() {
   mBuffer.Clear();
-  mWriterStack.Clear();
-  CompactWriter writer(mBuffer, mWriterStack);
-  mDoc.Accept(writer);
+  json_text::Write(mDoc, mBuffer);
 }

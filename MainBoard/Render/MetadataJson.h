@@ -26,7 +26,6 @@ class cMetadataJson {
   // nothing from the heap.
   static constexpr std::size_t kDefaultPoolBytes = 512 * 1024;
   static constexpr std::size_t kDefaultTextBytes = 128 * 1024;
-  static constexpr std::size_t kWriterStackBytes = 2048;
 
   // An empty object as root. The pool (poolBytes) and the text buffer
   // (textBytes) are allocated here, once, so that no render allocates them;
@@ -145,9 +144,6 @@ class cMetadataJson {
   // Declared before mDoc, which lives in them.
   std::unique_ptr<char[]> mPoolBlock;
   rapidjson::MemoryPoolAllocator<> mPool;
-  // The writer's stack of open objects and arrays, reused by every Serialize.
-  alignas(16) char mWriterStackBlock[kWriterStackBytes];
-  rapidjson::MemoryPoolAllocator<> mWriterStack;
 
  protected:
   rapidjson::Document mDoc;
