@@ -36,9 +36,15 @@ inline bool WordNeedsEscape(uint64_t w) {
   return ((control | ((quote - kOnes) & ~quote) | ((slash - kOnes) & ~slash)) & kHigh) != 0;
 }
 
+// Writes into a stretch of the buffer taken at the start (all of its free
+// capacity) and given back, less what was written, at the end; one check of
+// the room left per string or number.
 class TextWriter {
  public:
-  explicit TextWriter(rapidjson::StringBuffer& out) : mOut(out) {}
+  explicit TextWriter(rapidjson::StringBuffer& out) : mOut(out) { Take(kMinRoom); }
+  ~TextWriter() { mOut.Pop(static_cast<std::size_t>(mEnd - mCursor)); }
+  TextWriter(const TextWriter&) = delete;
+  TextWriter& operator=(const TextWriter&) = delete;
 
   bool Write(const Value& v) {
     switch (v.GetType()) {
@@ -54,14 +60,35 @@ class TextWriter {
   }
 
  private:
-  void Put(char c) { *mOut.Push(1) = c; }
-  void Literal(const char* text, std::size_t length) { std::memcpy(mOut.Push(length), text, length); }
+  static constexpr std::size_t kMinRoom = 4096;
+
+  // Takes at least `room` bytes (more when the buffer has them free).
+  void Take(std::size_t room) {
+    const std::size_t free = mOut.stack_.GetCapacity() - mOut.GetSize();
+    if (free > room) room = free;
+    mCursor = mOut.Push(room);
+    mEnd = mCursor + room;
+  }
+  // Makes sure that n bytes can be written at mCursor.
+  void Need(std::size_t n) {
+    if (static_cast<std::size_t>(mEnd - mCursor) >= n) return;
+    mOut.Pop(static_cast<std::size_t>(mEnd - mCursor));
+    Take(n > kMinRoom ? n : kMinRoom);
+  }
+  void Put(char c) {
+    Need(1);
+    *mCursor++ = c;
+  }
+  void Literal(const char* text, std::size_t length) {
+    Need(length);
+    std::memcpy(mCursor, text, length);
+    mCursor += length;
+  }
 
   // "text" followed by `after` (when not 0), escaped as the Writer does.
   void String(const char* text, SizeType length, char after) {
-    const std::size_t reserved = std::size_t(length) * 6 + 3;  // every byte as \u00XX
-    char* const start = mOut.Push(reserved);
-    char* out = start;
+    Need(std::size_t(length) * 6 + 3);  // every byte as \u00XX
+    char* out = mCursor;
     *out++ = '"';
     SizeType i = 0;
     for (; i + 8 <= length; i += 8) {
@@ -89,36 +116,31 @@ class TextWriter {
     }
     *out++ = '"';
     if (after != 0) *out++ = after;
-    mOut.Pop(reserved - static_cast<std::size_t>(out - start));
+    mCursor = out;
   }
 
   // A number in the Writer's forms: int, unsigned, 64-bit or shortest double.
   bool Number(const Value& v) {
-    constexpr std::size_t kReserved = 25;  // the Writer's own buffer for a number
     if (v.IsDouble() && rapidjson::internal::Double(v.GetDouble()).IsNanOrInf()) return false;
-    char* const start = mOut.Push(kReserved);
-    char* end;
+    Need(25);  // the Writer's own buffer for a number
     if (v.IsDouble()) {
-      end = rapidjson::internal::dtoa(v.GetDouble(), start);
+      mCursor = rapidjson::internal::dtoa(v.GetDouble(), mCursor);
     } else if (v.IsInt()) {
-      end = rapidjson::internal::i32toa(v.GetInt(), start);
+      mCursor = rapidjson::internal::i32toa(v.GetInt(), mCursor);
     } else if (v.IsUint()) {
-      end = rapidjson::internal::u32toa(v.GetUint(), start);
+      mCursor = rapidjson::internal::u32toa(v.GetUint(), mCursor);
     } else if (v.IsInt64()) {
-      end = rapidjson::internal::i64toa(v.GetInt64(), start);
+      mCursor = rapidjson::internal::i64toa(v.GetInt64(), mCursor);
     } else {
-      end = rapidjson::internal::u64toa(v.GetUint64(), start);
+      mCursor = rapidjson::internal::u64toa(v.GetUint64(), mCursor);
     }
-    mOut.Pop(kReserved - static_cast<std::size_t>(end - start));
     return true;
   }
 
   bool Object(const Value& v) {
     Put('{');
-    bool first = true;
     for (Value::ConstMemberIterator m = v.MemberBegin(); m != v.MemberEnd(); ++m) {
-      if (!first) Put(',');
-      first = false;
+      if (m != v.MemberBegin()) Put(',');
       String(m->name.GetString(), m->name.GetStringLength(), ':');
       if (!Write(m->value)) return false;
     }
@@ -137,6 +159,8 @@ class TextWriter {
   }
 
   rapidjson::StringBuffer& mOut;
+  char* mCursor = nullptr;  // next byte to write
+  char* mEnd = nullptr;     // end of the stretch taken
 };
 
 }  // namespace
