@@ -6,6 +6,8 @@
 #include <limits>
 #include <string>
 
+#include <rapidjson/writer.h>
+
 #include "MetadataJson.h"
 
 namespace {
@@ -14,6 +16,7 @@ using rapidjson::Value;
 
 class Json : public cMetadataJson {
  public:
+  using cMetadataJson::cMetadataJson;
   using cMetadataJson::RootObjectMember;
 
   std::string Text() {
@@ -139,6 +142,19 @@ TEST(MetadataJsonTest, NonFiniteNumberEndsTheTextWhereItStands) {
     json.AddUpdateIntegerMember("c", 2);
     EXPECT_EQ(json.Text(), R"({"a":1,"b":)") << bad;
   }
+}
+
+// A text longer than the buffer kept for it grows it, in small steps and past
+// one long string, and is still the stock writer's text.
+TEST(MetadataJsonTest, TextOutgrowsItsBuffer) {
+  Json json(4096, 16);
+  json.AddUpdateMember("long", std::string(5000, 'x'), json.Doc());
+  Value& numbers = json.Doc().AddMember("n", Value(rapidjson::kArrayType), json.Doc().GetAllocator())["n"];
+  for (int i = 0; i < 2000; ++i) numbers.PushBack(-i, json.Doc().GetAllocator());
+  rapidjson::StringBuffer stock;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(stock);
+  json.Doc().Accept(writer);
+  EXPECT_EQ(json.Text(), std::string(stock.GetString(), stock.GetSize()));
 }
 
 TEST(MetadataJsonTest, NewDocumentStartsEmpty) {
