@@ -14,21 +14,19 @@ using namespace bench_records;
 
 constexpr long kNow = 1700000000;
 
+void RenderStatus(cPADMetadataJsonDecStatus& r, const kv_dolby_metadata_t& received) {
+  r.PrepareMetadataJson(received, kNow);
+}
+
 void BM_Ac4StatusLargest(benchmark::State& state) {
   const auto rec = LargestAc4Record();
-  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(), *rec,
-                [](cPADMetadataJsonDecStatus& r, const kv_dolby_metadata_t& received) {
-                  r.PrepareMetadataJson(received, kNow);
-                });
+  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(), *rec, RenderStatus);
 }
 BENCHMARK(BM_Ac4StatusLargest)->Unit(benchmark::kMicrosecond);
 
 void BM_Ed2StatusTwoPairs(benchmark::State& state) {
   const auto rec = LargestEd2Record();
-  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(), *rec,
-                [](cPADMetadataJsonDecStatus& r, const kv_dolby_metadata_t& received) {
-                  r.PrepareMetadataJson(received, kNow);
-                });
+  TimeRendering(state, __func__, cPADMetadataJsonDecStatus::GetInstance(), *rec, RenderStatus);
 }
 BENCHMARK(BM_Ed2StatusTwoPairs)->Unit(benchmark::kMicrosecond);
 
