@@ -100,7 +100,7 @@ int OnVideoLines(const char* message) {
   fflush(stdout);
   cDlbStatusSubx::miVidLnNoForZP.store(static_cast<int>(ed2->mVidLnZP), kRelaxed);
   cDlbStatusSubx::miVidLnNoForNextToZP.store(static_cast<int>(ed2->mVidLnNextToZP), kRelaxed);
-  cDlbStatusSubx::mlEd2MAFactor.store(static_cast<long>(ed2->mEd2MAFactor), kRelaxed);
+  cDlbStatusSubx::mlEd2MAFactor.store(static_cast<std::int64_t>(ed2->mEd2MAFactor), kRelaxed);
   return 0;
 }
 

@@ -24,7 +24,7 @@ std::atomic<bool> cDlbStatusSubx::mbDolbyZoomStatus{false};
 std::atomic<int> cDlbStatusSubx::miDecodingSource{0};
 std::atomic<int> cDlbStatusSubx::miVidLnNoForZP{0};
 std::atomic<int> cDlbStatusSubx::miVidLnNoForNextToZP{0};
-std::atomic<long> cDlbStatusSubx::mlEd2MAFactor{0};
+std::atomic<std::int64_t> cDlbStatusSubx::mlEd2MAFactor{0};
 std::atomic<bool> cDlbStatusSubx::mbForcedPub{true};
 std::atomic<long> cDlbStatusSubx::mlForcedPubCount{0};
 cPubHandler* cDlbStatusSubx::mpPubs = nullptr;
@@ -99,12 +99,13 @@ void cDlbStatusSubx::PublishPAData(bool withDocument, bool repub) {
   mpPubs->SendJson(mpPubs->mpSock, repub ? topic::kDolbyPADataRepub : topic::kDolbyPAData, payload);
 }
 
-uint32_t cDlbStatusSubx::MisalignmentInLines(int32_t misalignment, long factorThousandths) {
+uint32_t cDlbStatusSubx::MisalignmentInLines(int32_t misalignment, std::int64_t factorThousandths) {
   // Single precision, halves away from zero. The product stays far below the
-  // range of long (|int32| x uint32 / 1000), so lroundf is defined.
+  // range of 64 bits (|int32| x uint32 / 1000), so llroundf is defined; a
+  // 32-bit long would not hold it.
   const float lines = std::fabs(static_cast<float>(misalignment)) *
                       (static_cast<float>(factorThousandths) / 1000.0f);
-  return static_cast<uint32_t>(std::lroundf(lines));
+  return static_cast<uint32_t>(std::llroundf(lines));
 }
 
 void cDlbStatusSubx::AmendRecord(kv_dolby_metadata_t& rec) {
@@ -143,7 +144,7 @@ struct cDlbStatusSubx::Pass {
   cTimer stateTimer{kStateIntervalMs};
   int lastVidLnZP = 0;
   int lastVidLnNextToZP = 0;
-  long lastEd2MAFactor = 0;
+  std::int64_t lastEd2MAFactor = 0;
   bool haveData = false;  // a record was rendered since zoom was last switched off
   bool ed2Seen = false;   // the previous record rendered was ED2
   bool objectAudio = false;
@@ -168,7 +169,7 @@ cDlbStatusSubx::Pass::~Pass() {
 bool cDlbStatusSubx::Pass::TakeLineChange() {
   const int zp = miVidLnNoForZP.load(kRelaxed);
   const int next = miVidLnNoForNextToZP.load(kRelaxed);
-  const long factor = mlEd2MAFactor.load(kRelaxed);
+  const std::int64_t factor = mlEd2MAFactor.load(kRelaxed);
   if (zp == lastVidLnZP && next == lastVidLnNextToZP && factor == lastEd2MAFactor) return false;
   lastVidLnZP = zp;
   lastVidLnNextToZP = next;
@@ -326,7 +327,8 @@ bool cDlbStatusSubx::IsUsableRecord(const char* topicText, const uint8_t* data, 
 }
 
 void cDlbStatusSubx::RenderAndPublish(Pass& pass, bool zoom, bool status, bool presentation) {
-  const long now = static_cast<long>(time(nullptr));
+  static_assert(sizeof(std::time_t) >= 8, "time stamps must go on past 2038: build with _TIME_BITS=64");
+  const std::int64_t now = time(nullptr);
   if (status) {
     if (mpJDecStatus != nullptr) mpJDecStatus->PrepareMetadataJson(mRecord, now);
     PublishDolbyDecoderStatus(zoom);

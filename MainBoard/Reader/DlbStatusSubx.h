@@ -51,7 +51,7 @@ class cDlbStatusSubx {
   static std::atomic<int> miDecodingSource;    // 1 Dolby Zoom, 2 Dolby Preset
   static std::atomic<int> miVidLnNoForZP;
   static std::atomic<int> miVidLnNoForNextToZP;
-  static std::atomic<long> mlEd2MAFactor;  // thousandths
+  static std::atomic<std::int64_t> mlEd2MAFactor;  // thousandths
   static std::atomic<bool> mbForcedPub;    // not consulted by this thread
   static std::atomic<long> mlForcedPubCount;
 
@@ -66,7 +66,7 @@ class cDlbStatusSubx {
   // ED2, the misalignment converted to video lines.
   static void AmendRecord(kv_dolby_metadata_t& rec);
   // |misalignment| x factor/1000 in single precision, halves away from zero.
-  static uint32_t MisalignmentInLines(int32_t misalignment, long factorThousandths);
+  static uint32_t MisalignmentInLines(int32_t misalignment, std::int64_t factorThousandths);
 
  private:
   struct Pass;  // the thread's socket, timers and flags

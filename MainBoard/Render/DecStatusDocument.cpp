@@ -51,11 +51,11 @@ void cPADMetadataJsonDecStatus::DeleteInstance() {
 // ---------------------------------------------------------------------------
 // Top level
 
-bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& rec, long now) {
+bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& rec, std::int64_t now) {
   NewDocument();
 
   auto head = [&](int programs, int current) {
-    AddUpdateIntegerMember("TS", static_cast<int>(now));
+    AddUpdateTimeStampMember("TS", now);
     AddUpdateIntegerMember("ProtoVer", static_cast<int>(rec.protoVer));
     AddUpdateIntegerMember("TypeId", rec.typeId);
     AddUpdateIntegerMember("MdId", static_cast<int>(rec.mdType));

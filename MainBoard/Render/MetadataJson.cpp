@@ -65,6 +65,11 @@ void cMetadataJson::AddUpdateIntegerMember(const char* name, int value) {
   AddUpdateMember(name, value, mDoc);
 }
 
+void cMetadataJson::AddUpdateTimeStampMember(const char* name, std::int64_t seconds) {
+  MakeRootObject();
+  SetMember(name, Value(seconds), mDoc);
+}
+
 void cMetadataJson::AddUpdateBooleanMember(const char* name, bool value) {
   MakeRootObject();
   AddUpdateMember(name, value, mDoc);

@@ -11,6 +11,7 @@
 // NewDocument.
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string_view>
 
@@ -52,6 +53,8 @@ class cMetadataJson {
 
   // AddUpdateMember on the root.
   void AddUpdateIntegerMember(const char* name, int value);
+  // A time stamp in seconds: 64 bits, so that it goes on past 2038-01-19.
+  void AddUpdateTimeStampMember(const char* name, std::int64_t seconds);
   void AddUpdateBooleanMember(const char* name, bool value);
   void AddUpdateStringMember(const char* name, std::string_view value);
 

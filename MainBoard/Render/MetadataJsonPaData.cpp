@@ -91,11 +91,11 @@ void cMetadataJsonPaData::DeleteInstance() {
 }
 
 int cMetadataJsonPaData::PreparePaMetadataJson(const kv_dolby_metadata_t& record,
-                                               bool objectsEnabled, long timeStamp) {
+                                               bool objectsEnabled, std::int64_t timeStamp) {
   NewDocument();
   if (record.mdType == DLB_PADC_UI_MD_TYPE_ED2) {
     const dlb_padc_ui_md_ed2_s& ed2 = record.md.ed2;
-    AddUpdateIntegerMember("TS", static_cast<int>(timeStamp));
+    AddUpdateTimeStampMember("TS", timeStamp);
     AddUpdateIntegerMember("NoPresentations", 0);
     AddUpdateIntegerMember("ActivePANo", 0);
     AddUpdateStringMember("ActivePAName", "");

@@ -32,7 +32,7 @@ class cMetadataJsonPaData : public cMetadataJson {
   // Rebuilds the document from record and serialises it; returns 1.
   // objectsEnabled is the header's atmosDecode being non-zero. A record that
   // is not ED2 gives the empty object.
-  int PreparePaMetadataJson(const kv_dolby_metadata_t& record, bool objectsEnabled, long timeStamp);
+  int PreparePaMetadataJson(const kv_dolby_metadata_t& record, bool objectsEnabled, std::int64_t timeStamp);
 
   // The root's "Presentations" array (found or created, emptied) with one
   // entry per presentation of record, at most 16.

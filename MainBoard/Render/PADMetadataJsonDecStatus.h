@@ -34,7 +34,7 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   static int mLogLevel;
 
   // Renders rec into the document and serialises it; always true.
-  bool PrepareMetadataJson(const kv_dolby_metadata_t& rec, long now);
+  bool PrepareMetadataJson(const kv_dolby_metadata_t& rec, std::int64_t now);
   // True when rec's codec block differs from the last rendered record's.
   bool requireUpdate(const kv_dolby_metadata_t& rec) const;
 

@@ -18,7 +18,7 @@ namespace {
 using S = cDlbStatusSubx;
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
-struct Shared { bool zoom, sys, detected; int source, zp, next; long factor; };
+struct Shared { bool zoom, sys, detected; int source, zp, next; int64_t factor; };
 
 Shared Take() {
   return {S::mbDolbyZoomStatus.load(kRelaxed), cJsonParseSysStatus::mbSysStatus.load(kRelaxed),

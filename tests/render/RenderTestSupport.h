@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <stdexcept>
@@ -19,7 +20,7 @@
 
 namespace render_test {
 
-constexpr long kNow = 1700000000;
+constexpr std::int64_t kNow = 1700000000;
 
 using ::NewRecord;
 
@@ -29,14 +30,14 @@ inline cPADMetadataJsonDecStatus& Renderer() {
   return *renderer;
 }
 
-inline std::string Render(const kv_dolby_metadata_t& rec, long now = kNow) {
+inline std::string Render(const kv_dolby_metadata_t& rec, std::int64_t now = kNow) {
   cPADMetadataJsonDecStatus& renderer = Renderer();
   EXPECT_TRUE(renderer.PrepareMetadataJson(rec, now));
   return std::string(renderer.GetString(), renderer.GetSize());
 }
 
 // The ED2 presentation and object document of rec.
-inline std::string RenderPa(const kv_dolby_metadata_t& rec, bool objectsEnabled, long timeStamp = kNow) {
+inline std::string RenderPa(const kv_dolby_metadata_t& rec, bool objectsEnabled, std::int64_t timeStamp = kNow) {
   cMetadataJsonPaData* renderer = cMetadataJsonPaData::GetInstance();
   if (renderer == nullptr) throw std::runtime_error("no presentation renderer");
   EXPECT_EQ(renderer->PreparePaMetadataJson(rec, objectsEnabled, timeStamp), 1);

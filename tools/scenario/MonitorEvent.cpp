@@ -1,6 +1,7 @@
 #include "scenario/MonitorEvent.h"
 
 #include <cerrno>
+#include <cstdint>
 #include <cstdlib>
 #include <sstream>
 #include <vector>
@@ -20,10 +21,10 @@ std::vector<std::string> Words(const std::string& text) {
   return words;
 }
 
-bool ParseLong(const std::string& word, long min, long max, long& out) {
+bool ParseWhole(const std::string& word, std::int64_t min, std::int64_t max, std::int64_t& out) {
   errno = 0;
   char* end = nullptr;
-  const long v = std::strtol(word.c_str(), &end, 10);
+  const long long v = std::strtoll(word.c_str(), &end, 10);
   if (word.empty() || *end != '\0' || errno == ERANGE || v < min || v > max) return false;
   out = v;
   return true;
@@ -38,7 +39,7 @@ MonitorMessage Message(Peer peer, const char* topic, std::string payload, const 
   return m;
 }
 
-std::string SignalStatusPayload(long slot) {
+std::string SignalStatusPayload(std::int64_t slot) {
   return "{\"Slot\":" + std::to_string(slot) +
          ",\"PresetCount\":2,\"EncodedStatus\":1,\"PaStatus\":1,\"ZoomableDolbyChannels\":2,"
          "\"DolbyChannels\":2,\"ClkSrcLockStatus\":1,\"PresetInputLockStatus\":1,"
@@ -125,9 +126,9 @@ bool ParseMonitorEvent(const std::string& text, MonitorMessage& out, std::string
   }
   if (verb == "lines") {
     if (!needArgs(3, "lines ZP NEXT FACTOR")) return false;
-    long v[3];
+    std::int64_t v[3];
     for (int i = 0; i < 3; ++i) {
-      if (!ParseLong(w[i + 1], 0, 4294967295L, v[i])) {
+      if (!ParseWhole(w[i + 1], 0, UINT32_MAX, v[i])) {
         error = quoted + ": '" + w[i + 1] + "' is not an unsigned 32-bit number";
         return false;
       }
@@ -139,8 +140,8 @@ bool ParseMonitorEvent(const std::string& text, MonitorMessage& out, std::string
     return true;
   }
   if (verb == "signal") {
-    long slot = 1;
-    if (w.size() > 2 || (w.size() == 2 && !ParseLong(w[1], 0, 3, slot))) {
+    std::int64_t slot = 1;
+    if (w.size() > 2 || (w.size() == 2 && !ParseWhole(w[1], 0, 3, slot))) {
       error = quoted + ": expected \"signal [SLOT]\" with a slot from 0 to 3";
       return false;
     }
@@ -174,9 +175,9 @@ bool ParseMonitorEvent(const std::string& text, MonitorMessage& out, std::string
     return true;
   }
   if (verb == "appcmd") {
-    long command = 0;
+    std::int64_t command = 0;
     if (!needArgs(1, "appcmd N")) return false;
-    if (!ParseLong(w[1], -2147483647L - 1, 2147483647L, command)) {
+    if (!ParseWhole(w[1], INT32_MIN, INT32_MAX, command)) {
       error = quoted + ": '" + w[1] + "' is not a 32-bit integer command";
       return false;
     }

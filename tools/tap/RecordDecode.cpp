@@ -90,7 +90,7 @@ int DecodeRecordFile(const TapOptions& options) {
   }
   bool allValid = true;
   for (const tools::CapturedRecord& entry : records) {
-    const RenderedRecord rendered = RenderRecord(entry.record, static_cast<long>(entry.time));
+    const RenderedRecord rendered = RenderRecord(entry.record, static_cast<std::int64_t>(entry.time));
     allValid = Show(options, topic::kDolbyMetadataGrp, rendered.status, entry.time) && allValid;
     if (rendered.hasPresentation)
       allValid = Show(options, topic::kDolbyPAData, rendered.presentation, entry.time) && allValid;

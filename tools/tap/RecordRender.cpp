@@ -8,7 +8,7 @@
 
 namespace tap {
 
-RenderedRecord RenderRecord(const kv_dolby_metadata_t& record, long now) {
+RenderedRecord RenderRecord(const kv_dolby_metadata_t& record, std::int64_t now) {
   RenderedRecord out;
   if (cPADMetadataJsonDecStatus* status = cPADMetadataJsonDecStatus::GetInstance()) {
     status->PrepareMetadataJson(record, now);

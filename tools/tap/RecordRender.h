@@ -1,6 +1,7 @@
 #pragma once
 // Renders a decoder record with the daemon's own renderers.
 
+#include <cstdint>
 #include <string>
 
 #include "Record/DolbyMetadataRecord.h"
@@ -13,6 +14,6 @@ struct RenderedRecord {
   bool hasPresentation = false;
 };
 
-RenderedRecord RenderRecord(const kv_dolby_metadata_t& record, long now);
+RenderedRecord RenderRecord(const kv_dolby_metadata_t& record, std::int64_t now);
 
 }  // namespace tap
