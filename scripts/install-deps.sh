@@ -20,6 +20,13 @@ PACKAGES=(
   # scripts/fuzz.sh: clang with libFuzzer for the fuzz targets
   clang
   libfuzzer-14-dev
+  # The ARM boards (scripts/test.sh --arch): cross compilers, qemu-user with
+  # its binfmt entries, mmdebstrap (and its arch-test) for the boards' sysroot,
+  # dpkg-shlibdeps and file for the boards' packages
+  g++-aarch64-linux-gnu g++-arm-linux-gnueabihf
+  qemu-user-static
+  mmdebstrap arch-test
+  dpkg-dev file
 )
 
 missing=()
