@@ -32,8 +32,6 @@ class cKeepAliveRule {
     return true;
   }
 
-  unsigned IntervalMs() const { return mIntervalMs; }
-
  private:
   unsigned mIntervalMs;
   unsigned mSentMs;

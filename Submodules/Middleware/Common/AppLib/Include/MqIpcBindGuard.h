@@ -5,9 +5,10 @@
 // process empties or recreates that directory (a peer's restart or clean-up
 // does this), the file is gone or replaced: the socket still listens, but
 // nobody new can reach it. The guard compares the file at the endpoint's path
-// with the one the socket bound and, when they differ, binds the socket to
-// the path again. Subscribers that were connected keep the socket's state and
-// reconnect by themselves (libzmq's reconnect interval, 100 ms by default).
+// with the one the socket bound and, when they differ, binds the same socket
+// to the path again, so it keeps its state. Subscribers that were connected
+// through the lost file reconnect by themselves (libzmq's reconnect interval,
+// 100 ms by default).
 // A socket is not thread-safe: only the thread that uses the socket may call
 // Check.
 
