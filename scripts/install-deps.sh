@@ -6,6 +6,7 @@ set -euo pipefail
 PACKAGES=(
   g++ cmake make pkg-config
   libczmq-dev libzmq3-dev rapidjson-dev
+  libsystemd-dev  # plovrestd: sd_notify (readiness, status, keep-alives for systemd)
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 util-linux procps
   libcpp-httplib-dev  # plovrest-tap --http: the HTTP server of its browser view

@@ -13,8 +13,11 @@
 #      sandbox a namespace can give (read-only file system but /run/shm/mq,
 #      private /tmp, no new privileges, no capabilities, umask); it binds its
 #      endpoint and the unpacked plovrest-tap receives a document from it;
-#      SIGTERM stops it as systemd does. Every system call it made is one the
-#      unit's SystemCallFilter allows, every socket of an allowed family.
+#      it reports READY=1 on a notify socket as the unit's Type=notify has
+#      it; with the queue folder emptied and made anew a new tap receives a
+#      document within 3 s; SIGTERM stops it as systemd does. Every system
+#      call it made is one the unit's SystemCallFilter allows, every socket of
+#      an allowed family.
 #
 # A board's build (scripts/test.sh --arch ARCH, build-ARCH) gives the board's
 # packages: they must carry its architecture and hold its binaries, and its
@@ -84,12 +87,18 @@ if [ "${1:-}" = "--inside" ]; then
   # /tmp private; the rest is printed for the caller.
   exec 3>"$work/daemon.log" 4>"$work/syscalls"
 
-  # ProtectSystem=strict with ReadWritePaths=/run/shm/mq, PrivateTmp=yes.
-  mkdir -p /run/shm/mq
-  mount --bind /run/shm/mq /run/shm/mq
+  # ProtectSystem=strict with the unit's ReadWritePaths=, PrivateTmp=yes. /run
+  # as on Debian 12: a tmpfs in which the unit's ExecStartPre makes /run/shm
+  # a directory (no link to /dev/shm). A writable view of it kept aside plays
+  # the host, which may empty the queue folder.
+  rw="$(unit_value ReadWritePaths)"
+  mount -t tmpfs tmpfs /run
+  mkdir -p /run/shm/mq "$work/host-run"
+  mount --bind /run "$work/host-run"
+  mount --bind "$rw" "$rw"
   mount -t tmpfs tmpfs /tmp
   findmnt -rno TARGET | while read -r m; do
-    case "$m" in /proc*|/sys*|/dev*|/run/shm/mq|/tmp) continue ;; esac
+    case "$m" in /proc*|/sys*|/dev*|"$rw"|/tmp) continue ;; esac
     mount -o remount,bind,ro "$m" 2>/dev/null || true
   done
   if touch /usr/.rw-probe "$root/.rw-probe" 2>/dev/null; then die "the file system is still writable"; fi
@@ -99,7 +108,12 @@ if [ "${1:-}" = "--inside" ]; then
   umask 0022
   tracer=(strace -f -qq -o /dev/fd/4)
   [ -z "${QEMU_LD_PREFIX:-}" ] || tracer=()
-  setpriv --no-new-privs --bounding-set=-all --inh-caps=-all -- \
+  # Type=notify: a notify socket as systemd gives one; its first message.
+  /usr/bin/python3 -c 'import socket, sys; s = socket.socket(socket.AF_UNIX, socket.SOCK_DGRAM)
+s.bind(sys.argv[1]); s.settimeout(20); print(s.recv(256).decode())' "$work/notify" >"$work/notified" &
+  receiver=$!
+  until [ -S "$work/notify" ]; do sleep 0.1; done
+  NOTIFY_SOCKET="$work/notify" setpriv --no-new-privs --bounding-set=-all --inh-caps=-all -- \
     "${tracer[@]}" "${command[@]}" >&3 2>&3 &
   daemon=$!
   "$root/usr/bin/plovrest-sim" --scenario ddp --zoom on --decoder-state processing -q &
@@ -107,6 +121,11 @@ if [ "${1:-}" = "--inside" ]; then
   status=0
   document="$("$root/usr/bin/plovrest-tap" --topic DolbyMetadataGrp --jsonl --count 1 --timeout 20)" || status=$?
   echo "result: document $document"
+  # The queue folder emptied and made anew: a new subscriber within 3 s.
+  if rm -rf "$work/host-run/shm/mq" && mkdir "$work/host-run/shm/mq" &&
+    "$root/usr/bin/plovrest-tap" --jsonl --count 1 --timeout 3 >/dev/null; then echo "result: healed"; fi
+  wait "$receiver" || true
+  echo "result: notified $(cat "$work/notified")"
   [ ! -S /run/shm/mq/dlbMetadataPub.ipc ] || echo "result: bound"
   kill -TERM "$sim" 2>/dev/null || true
   # Under strace the daemon is strace's child: SIGTERM to the daemon itself.
@@ -263,6 +282,8 @@ received() {
     { echo "exit status $inside_status"; cat "$work/inside.log" "$work/daemon.log" 2>/dev/null | tail -n 20; return 1; }
 }
 check "daemon binds /run/shm/mq/dlbMetadataPub.ipc and publishes a document" received
+check "daemon notifies READY=1 (Type=notify)" grep -qx "result: notified READY=1" "$work/inside.log"
+check "daemon binds its endpoint again when the queue folder is made anew" grep -qx "result: healed" "$work/inside.log"
 stopped() {
   local last status
   last="$(grep -v '^$' "$work/daemon.log" | tail -n 1)"

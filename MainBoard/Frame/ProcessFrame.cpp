@@ -15,6 +15,7 @@
 
 #include "AltSignalStack.h"
 #include "Frame/ProcessState.h"
+#include "Frame/ServiceNotify.h"
 #include "HeartBeater.h"
 #include "Logger.h"
 #include "Messaging/DlbSubHandler.h"
@@ -175,7 +176,11 @@ void MessageReaderLoop() {
   tick.SetTimeout(kTickMs);  // stopped, so the first pass ticks at once
   sendHeartBeat();
   int heartBeatCounter = 0;
+  // Readiness, status and keep-alives for a service manager that asks for
+  // them (NOTIFY_SOCKET); inert otherwise.
+  cServiceNotifier notifier;
   for (;;) {
+    notifier.Tend(cTimer::GetCurrentTimeMs());
     if (pDlbSubs->IsConnected()) {
       pDlbSubs->RestoreDroppedPeers();
       const int result = pDlbSubs->MessageReader(pDlbSubs->mpSock);
@@ -200,6 +205,7 @@ void MessageReaderLoop() {
     }
     if (sig_interrupted.load()) break;
   }
+  notifier.Stopping();
 }
 
 int RunDaemon(int argc, char** argv) {

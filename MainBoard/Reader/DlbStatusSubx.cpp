@@ -14,9 +14,11 @@
 #include "JsonParseHbMonMessages.h"
 #include "Logger.h"
 #include "MqEndpoints.h"
+#include "MqIpcBindGuard.h"
 #include "MqPeerReconnect.h"
 #include "Messaging/PubHandler.h"
 #include "Messaging/Topics.h"
+#include "Reader/ReaderActivity.h"
 #include "Render/MetadataJsonPaData.h"
 #include "Render/PADMetadataJsonDecStatus.h"
 
@@ -48,14 +50,6 @@ constexpr int kDecoderRcvHwm = 10;
 // too but only "DolbyMetadataEvent" carries records the daemon renders.
 char gDecoderTopics[][mq::kTopicLen] = {"DolbyMetadataEvent", "DolbyMetadataBinEvent"};
 
-// Sleeps for the given time, resuming after signals, in slices short enough
-// that a shutdown request is noticed within one poll interval.
-void SleepUnlessInterrupted(long ms) {
-  for (long left = ms; left > 0 && !sig_interrupted.load(); left -= kPollMs) {
-    cTimer::SleepNs(static_cast<long>(kPollMs) * 1000000L);
-  }
-}
-
 bool SameTopic(const char* a, const char* b) { return strncmp(a, b, mq::kTopicLen) == 0; }
 
 }  // namespace
@@ -83,6 +77,7 @@ void cDlbStatusSubx::PublishDolbyDecoderStatus(bool decoding) {
   const char* event = source == 1 ? "Dolby Zoom" : source == 2 ? "Dolby Preset" : "";
   char text[256];
   snprintf(text, sizeof text, "{\"Status\" : \"%s\", \"Event\" : \"%s\"}", status, event);
+  cReaderActivity::mpDecoderState.store(status, kRelaxed);
   mpPubs->SendJson(mpPubs->mpSock, topic::kDolbyProcStatus, text);
 }
 
@@ -135,10 +130,17 @@ struct cDlbStatusSubx::Pass {
   bool TakeLineChange();
   // True, restarting the timer, when the next decoder-state message is due.
   bool StateDue();
+  // Once per pass and per slice of a wait: reports progress and binds the
+  // publisher's endpoint again when its socket file was removed or replaced.
+  void Tend();
+  // Sleeps for the given time, resuming after signals, in slices short enough
+  // that a shutdown request is noticed within one poll interval.
+  void Sleep(long ms);
 
   zsock_t* sub = nullptr;       // owned; null when it could not be made
   zpoller_t* poller = nullptr;  // owned; polls `sub`
   cMqPeerReconnect reconnect;   // watches `sub`
+  cMqIpcBindGuard endpoint;     // watches the publisher's socket file
   cTimer repubTimer{kRepubIntervalMs};
   cTimer unusedTimer{kRepubIntervalMs};  // kept beside the others, never consulted
   cTimer stateTimer{kStateIntervalMs};
@@ -158,6 +160,26 @@ cDlbStatusSubx::Pass::Pass() : sub(zsock_new(ZMQ_SUB)) {
   zsock_set_rcvhwm(sub, kDecoderRcvHwm);
   reconnect.Watch(sub, "decoder");
   poller = zpoller_new(sub, nullptr);
+}
+
+void cDlbStatusSubx::Pass::Tend() {
+  cReaderActivity::Pass();
+  const bool wasBound = endpoint.IsBound();
+  const cMqIpcBindGuard::Result_e result = endpoint.Check();
+  if (result == cMqIpcBindGuard::CHECK_REBOUND) {
+    LOG_AT(cDlbStatusSubx, Warn, 30, "\"Bound %s again.\"", endpoint.Endpoint().c_str());
+  } else if (result == cMqIpcBindGuard::CHECK_REBIND_FAILED && wasBound) {
+    LOG_AT(cDlbStatusSubx, Warn, 30, "\"Lost %s; binding it again every second.\"",
+           endpoint.Endpoint().c_str());
+  }
+  cReaderActivity::mbEndpointBound.store(endpoint.IsBound(), kRelaxed);
+}
+
+void cDlbStatusSubx::Pass::Sleep(long ms) {
+  for (long left = ms; left > 0 && !sig_interrupted.load(); left -= kPollMs) {
+    cTimer::SleepNs(static_cast<long>(kPollMs) * 1000000L);
+    Tend();
+  }
 }
 
 cDlbStatusSubx::Pass::~Pass() {
@@ -205,11 +227,15 @@ void cDlbStatusSubx::DecStatusReader() {
   AnnounceThread();
   {
     Pass pass;
+    if (mpPubs != nullptr) {
+      pass.endpoint.Watch(mpPubs->mpSock, mq::kIpcDir, mq::kDlbMetadataPubIpc, mpPubs->mbBoundOverIpc);
+    }
     mDecoderWaitTimer.SetTimeout(kDecoderWaitMs);  // stopped: counts as timed out
     mbConnected = false;
     cJsonParseSysStatus::mbDolbyDecoderDetected.store(true, kRelaxed);
 
     while (!sig_interrupted.load()) {
+      pass.Tend();
       if (!mbConnected) {
         Connect(pass);
         if (pass.StateDue()) PublishDolbyDecoderStatus(mbDolbyZoomStatus.load(kRelaxed));
@@ -235,16 +261,16 @@ void cDlbStatusSubx::DecStatusReader() {
 // connects, waiting 5 s after a failure.
 void cDlbStatusSubx::Connect(Pass& pass) {
   if (!cJsonParseSysStatus::mbDolbyDecoderDetected.load(kRelaxed)) {
-    SleepUnlessInterrupted(2000);
+    pass.Sleep(2000);
   } else if (pass.sub == nullptr) {
-    SleepUnlessInterrupted(5000);
+    pass.Sleep(5000);
   } else if (zsock_connect(pass.sub, mq::kTcpFormat, mq::kSlot1Addr, mq::kDecoderPubPort) == 0) {
     mbConnected = true;
     for (auto& entry : gDecoderTopics) {
       if (strnlen(entry, mq::kTopicLen) < mq::kTopicLen) zsock_set_subscribe(pass.sub, entry);
     }
   } else {
-    SleepUnlessInterrupted(5000);
+    pass.Sleep(5000);
   }
 }
 
@@ -286,6 +312,9 @@ void cDlbStatusSubx::ReceivePass(Pass& pass, bool zoom) {
     cTimer::SleepNs(500000);
   } else if (zoom && IsUsableRecord(topicText, data, size)) {
     std::memcpy(&mRecord, data, kRecordSize);
+    cReaderActivity::muRecords.fetch_add(1, kRelaxed);
+    cReaderActivity::miMdType.store(mRecord.mdType, kRelaxed);
+    cReaderActivity::miTypeId.store(mRecord.typeId, kRelaxed);
     pass.objectAudio = mRecord.atmosDecode != 0;
     AmendRecord(mRecord);
     switch (mRecord.mdType) {

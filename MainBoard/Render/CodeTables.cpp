@@ -264,4 +264,18 @@ const char* FrameRateText(unsigned code) {
   return nullptr;
 }
 
+const char* StreamTypeText(dlb_padc_ui_md_type_t mdType, int typeId) {
+  if (typeId == stream_type::kPcm) return "PCM";
+  switch (mdType) {
+    case DLB_PADC_UI_MD_TYPE_DOLBYE: return "Dolby E";
+    case DLB_PADC_UI_MD_TYPE_DDP:
+      return typeId == stream_type::kDolbyDigitalPlus          ? "Dolby Digital (Plus)"
+             : typeId == stream_type::kDolbyDigitalPlusIec61937 ? "Dolby Digital (Plus) / IEC 61937"
+                                                                 : "Dolby Digital";
+    case DLB_PADC_UI_MD_TYPE_ED2: return "ED2";
+    case DLB_PADC_UI_MD_TYPE_AC4: return "Dolby AC-4";
+    default: return "PCM";  // an unknown block
+  }
+}
+
 }  // namespace code_tables

@@ -131,6 +131,10 @@ constexpr int kDynrngProfileUnknownCode = 65535;  // shown as kDynrngProfileUnkn
 extern const char* const kDynrngProfileUnknownText;
 
 // ---- common "StatusInfo" items
+// Description of the "Type" item: the stream kind that a record's typeId and
+// block (mdType) name, "PCM" for typeId 0 and for an unknown block. Static
+// storage.
+const char* StreamTypeText(dlb_padc_ui_md_type_t mdType, int typeId);
 extern const CodedItem kChannelConfig;        // PCM: the channel configuration
 extern const CodedItem kOutputChannelConfig;  // coded streams: the rendering configuration
 // Text of a frame-rate code (frames per second x 100), null for a code

@@ -156,21 +156,8 @@ void cPADMetadataJsonDecStatus::AddFlagItem(const code_tables::FlagItem& item, i
 
 void cPADMetadataJsonDecStatus::AddUpdateStreamType(dlb_padc_ui_md_type_t mdType, int typeId,
                                                     Value& obj) {
-  const char* desc = "PCM";
-  if (typeId != stream_type::kPcm) {
-    switch (mdType) {
-      case DLB_PADC_UI_MD_TYPE_DOLBYE: desc = "Dolby E"; break;
-      case DLB_PADC_UI_MD_TYPE_DDP:
-        desc = typeId == stream_type::kDolbyDigitalPlus          ? "Dolby Digital (Plus)"
-               : typeId == stream_type::kDolbyDigitalPlusIec61937 ? "Dolby Digital (Plus) / IEC 61937"
-                                                                   : "Dolby Digital";
-        break;
-      case DLB_PADC_UI_MD_TYPE_ED2: desc = "ED2"; break;
-      case DLB_PADC_UI_MD_TYPE_AC4: desc = "Dolby AC-4"; break;
-      default: break;  // an unknown block keeps "PCM"
-    }
-  }
-  AddUpdateObjectMemberToObject("Type", "Type", static_cast<unsigned int>(typeId), desc, obj);
+  AddUpdateObjectMemberToObject("Type", "Type", static_cast<unsigned int>(typeId),
+                                code_tables::StreamTypeText(mdType, typeId), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateInputSignalType(SysInputType_e inputType, Value& obj) {

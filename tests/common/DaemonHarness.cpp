@@ -20,17 +20,6 @@ using mq::detail::IpcEndpoint;
 using mq::detail::TcpEndpoint;
 using Clock = std::chrono::steady_clock;
 
-// Polls `done` every `step` until it holds (true) or `timeout` has passed (false).
-template <typename F>
-bool PollUntil(F done, Ms timeout, Ms step) {
-  const auto deadline = Clock::now() + timeout;
-  while (!done()) {
-    if (Clock::now() >= deadline) return false;
-    std::this_thread::sleep_for(step);
-  }
-  return true;
-}
-
 
 std::string FrameText(zframe_t* frame) {
   return frame ? std::string(reinterpret_cast<const char*>(zframe_data(frame)), zframe_size(frame)) : "";

@@ -9,11 +9,23 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace harness {
 
 using Ms = std::chrono::milliseconds;
+
+// Polls `done` every `step` until it holds (true) or `timeout` has passed (false).
+template <typename F>
+bool PollUntil(F done, Ms timeout, Ms step = Ms(10)) {
+  const auto deadline = std::chrono::steady_clock::now() + timeout;
+  while (!done()) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(step);
+  }
+  return true;
+}
 
 // plovrestd (or any binary) run as a child with stdout/stderr in files and
 // stdin from /dev/null; the one child-process harness of the tests.

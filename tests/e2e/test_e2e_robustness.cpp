@@ -6,6 +6,7 @@
 #include <sys/mount.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <random>
 #include <thread>
@@ -49,15 +50,38 @@ class Faults : public LiveDaemon, public testing::WithParamInterface<Fault> {
     switch (fault) {
       case Fault::QueueFolderRecreated: {
         ZoomOn();
+        std::atomic<bool> flowing{true};
+        std::thread decoder([&] {
+          for (; flowing; std::this_thread::sleep_for(Ms(50))) SendRecord(rec);
+        });
+        harness::DaemonProcess oldTap({"--jsonl", "--timeout", "60"}, PLOVREST_TAP_PATH);
+        ASSERT_TRUE(oldTap.WaitForStdout("DolbyMetadataGrp", Ms(8000)));
         std::filesystem::remove_all(mq::kIpcDir);
         std::filesystem::create_directory(mq::kIpcDir);
-        // The application server comes back with a fresh queue; the daemon reconnects,
-        // and its preset configuration switches decoding off and clears the event.
+        // The daemon binds its endpoint again: a new subscriber reaches it
+        // within 3 s, and the old one goes on receiving.
+        const auto fresh = harness::RunTool(PLOVREST_TAP_PATH, {"--jsonl", "--count", "1", "--timeout", "3"});
+        const size_t oldSeen = oldTap.Stdout().size();
+        EXPECT_TRUE(harness::PollUntil([&] { return oldTap.Stdout().size() > oldSeen; }, Ms(3000)))
+            << "the old subscriber stopped receiving";
+        flowing = false;
+        decoder.join();
+        ASSERT_EQ(fresh.status, 0) << "new subscriber got nothing within 3 s: " << fresh.err;
+        EXPECT_TRUE(daemon->WaitForStderr("\"Bound " + IpcEndpoint(mq::kDlbMetadataPubIpc) + " again.\"", Ms(0)));
+        // Both ipc peers come back with fresh queues and the daemon hears them
+        // again: the application server's preset configuration switches
+        // decoding off and clears the event, the process monitor's system
+        // status says the decoder stopped and then processes again.
         Rebind(peers->appServer, zsock_new_pub, IpcEndpoint(mq::kAppServerIpc));
-        auto off = harness::SendUntil(
-            [&] { harness::Send(peers->appServer, topic::kAppPresetConfiguration, "{}"); }, peers->out,
-            Ms(8000), [](const Message& m) { return IsState(m, "Not Decoding", ""); });
-        ASSERT_TRUE(off.has_value()) << "application server not reconnected";
+        Rebind(peers->hbMon, zsock_new_pub, IpcEndpoint(mq::kHbMonPubIpc));
+        auto until = [&](zsock_t* peer, const char* name, const std::string& payload, const char* status) {
+          return harness::SendUntil([&] { harness::Send(peer, name, payload); }, peers->out, Ms(8000),
+                                    [&](const Message& m) { return IsState(m, status, ""); });
+        };
+        ASSERT_TRUE(until(peers->appServer, topic::kAppPresetConfiguration, "{}", "Not Decoding"));
+        const std::string sysStatus = R"({"SystemStatus":"Okay","DolbyDecoder":{"State":")";
+        ASSERT_TRUE(until(peers->hbMon, topic::kHbSysStatusEvent, sysStatus + "Stopped\"}}", "No Decoder found"));
+        ASSERT_TRUE(until(peers->hbMon, topic::kHbSysStatusEvent, sysStatus + "Processing\"}}", "Not Decoding"));
         break;
       }
       case Fault::SinksAbsentFromStart:
