@@ -25,6 +25,7 @@ struct TapOptions {
   std::string captureFile;
   std::string httpHost = "127.0.0.1";  // --http [ADDR:]PORT: the web view
   int httpPort = -1;                    // -1: no web view; 0: any free port
+  bool catalogue = false;           // write the documents' catalogue as JSON and exit
   bool help = false;
   bool version = false;
 };

@@ -7,6 +7,7 @@
 #include <map>
 #include <memory>
 
+#include "Catalogue.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "common/ExitStatus.h"
 #include "record/Capture.h"
@@ -166,6 +167,10 @@ int main(int argc, char** argv) {
   }
   if (options.version) {
     std::printf("%s\n", kVersion);
+    return 0;
+  }
+  if (options.catalogue) {
+    std::fputs(catalogue::CatalogueJson().c_str(), stdout);
     return 0;
   }
   if (!options.decodeFile.empty()) return tap::DecodeRecordFile(options);
