@@ -14,11 +14,11 @@
 #include <thread>
 
 #include "AltSignalStack.h"
-#include "Frame/ProcessState.h"
+#include "Shared/ProcessState.h"
 #include "HeartBeater.h"
 #include "Logger.h"
-#include "Messaging/DlbSubHandler.h"
-#include "Messaging/MetadataPublisher.h"
+#include "Control/DlbSubHandler.h"
+#include "Publish/MetadataPublisher.h"
 #include "MqEndpoints.h"
 #include "NetworkUtils.h"
 #include "Reader/DlbStatusSubx.h"

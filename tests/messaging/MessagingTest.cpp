@@ -20,8 +20,8 @@
 
 #include "DaemonHarness.h"
 #include "JsonParseHbMonMessages.h"
-#include "Messaging/MetadataPublisher.h"
-#include "Messaging/PubHandler.h"
+#include "Publish/MetadataPublisher.h"
+#include "Publish/PubHandler.h"
 #include "MqPubHandler.h"
 #include "MqSubHandler.h"
 #include "Reader/DlbStatusSubx.h"

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <vector>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 
 namespace tools {
 namespace {
