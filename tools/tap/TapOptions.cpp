@@ -66,6 +66,16 @@ const char* TapUsage() {
          "  plovrest-tap --decode report.bin --view json --validate | python3 -m json.tool\n";
 }
 
+const std::vector<tools::OptionSpec>& TapOptionSpecs() {
+  static const std::vector<tools::OptionSpec> kSpecs = {{"endpoint", 0, true}, {"topic", 0, true},  {"view", 0, true},
+      {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
+      {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
+      {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
+      {"http", 0, true},     {"help", 'h', false},  {"version", 0, false},
+      {"validate", 0, false}, {"catalogue", 0, false}};
+  return kSpecs;
+}
+
 namespace {
 
 // "[ADDR:]PORT", ADDR an IPv4 address, a name or a bracketed IPv6 address.
@@ -91,13 +101,7 @@ bool ParseHttpAddress(const std::string& value, TapOptions& out, std::string& er
 }  // namespace
 
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error) {
-  tools::ArgParser args(argc, argv,
-                        {{"endpoint", 0, true}, {"topic", 0, true},  {"view", 0, true},
-                         {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
-                         {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
-                         {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
-                         {"http", 0, true},     {"help", 'h', false},  {"version", 0, false},
-                         {"validate", 0, false}, {"catalogue", 0, false}});
+  tools::ArgParser args(argc, argv, TapOptionSpecs());
   std::string name, value;
   bool intervalGiven = false;
   while (args.Next(name, value)) {

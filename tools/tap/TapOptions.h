@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "common/ArgParser.h"
+
 #include "tap/MessageView.h"
 
 namespace tap {
@@ -32,5 +34,7 @@ struct TapOptions {
 
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error);
 const char* TapUsage();
+// The options the parser takes (each is described in the usage text).
+const std::vector<tools::OptionSpec>& TapOptionSpecs();
 
 }  // namespace tap
