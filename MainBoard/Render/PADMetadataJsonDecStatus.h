@@ -35,6 +35,7 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // Renders rec into the document and serialises it; always true.
   bool PrepareMetadataJson(const kv_dolby_metadata_t& rec, long now);
   // True when rec's codec block differs from the last rendered record's.
+  // Kept as designed; the reader does not call it.
   bool requireUpdate(const kv_dolby_metadata_t& rec) const;
 
   // ---- "StatusInfo" per codec. The ...Object forms find or create the root's
