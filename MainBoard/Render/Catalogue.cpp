@@ -1,6 +1,8 @@
 #include "Catalogue.h"
 
 #include <cstring>
+#include <initializer_list>
+#include <utility>
 
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
@@ -117,14 +119,20 @@ void Paths(Writer& w, const char* list) {
   w.EndArray();
 }
 
+// Members whose values are texts (null: JSON null), in the order given.
+void TextMembers(Writer& w, std::initializer_list<std::pair<const char*, const char*>> members) {
+  for (const auto& [key, text] : members) {
+    w.Key(key);
+    NullableString(w, text);
+  }
+}
+
 void WriteTable(Writer& w, const Table& t) {
   w.StartObject();
-  w.Key("id");
-  w.String(t.id);
+  TextMembers(w, {{"id", t.id}});
   w.Key("kinds");
   Words(w, t.kinds);
-  w.Key("unknown");
-  NullableString(w, t.unknown);
+  TextMembers(w, {{"unknown", t.unknown}});
   if (t.rule != nullptr) {
     w.Key("rule");
     w.String(t.rule);
@@ -148,22 +156,9 @@ void WriteTable(Writer& w, const Table& t) {
 
 void WriteItem(Writer& w, const Item& i) {
   w.StartObject();
-  w.Key("id");
-  w.String(i.id);
-  w.Key("key");
-  w.String(i.key);
-  w.Key("title");
-  w.String(i.title);
-  w.Key("otherTitle");
-  NullableString(w, i.otherTitle);
-  w.Key("table");
-  NullableString(w, &i.table == &table::NoTable ? nullptr : i.table.id);
-  w.Key("absent");
-  NullableString(w, i.absent);
-  w.Key("dataType");
-  w.String(i.dataType);
-  w.Key("unit");
-  w.String(i.unit);
+  TextMembers(w, {{"id", i.id}, {"key", i.key}, {"title", i.title}, {"otherTitle", i.otherTitle},
+                  {"table", &i.table == &table::NoTable ? nullptr : i.table.id}, {"absent", i.absent},
+                  {"dataType", i.dataType}, {"unit", i.unit}});
   w.Key("kinds");
   Words(w, i.kinds);
   w.Key("paths");
@@ -173,12 +168,7 @@ void WriteItem(Writer& w, const Item& i) {
 
 void WriteMember(Writer& w, const Member& m) {
   w.StartObject();
-  w.Key("id");
-  w.String(m.id);
-  w.Key("key");
-  w.String(m.key);
-  w.Key("dataType");
-  w.String(m.dataType);
+  TextMembers(w, {{"id", m.id}, {"key", m.key}, {"dataType", m.dataType}});
   w.Key("kinds");
   Words(w, m.kinds);
   w.Key("paths");
