@@ -31,7 +31,7 @@
 
 #include "BenchRecords.h"
 #include "DaemonHarness.h"
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 
 namespace {

@@ -65,7 +65,7 @@ mkdir -p "$tmp/work" "$dest"
 work="$tmp/work"
 if [ "$check" = 0 ]; then
   # Pages of documents that are no longer generated go too.
-  rm -f "$dest"/*.md "$dest"/examples/*.json
+  rm -f "$dest"/*.md "$dest"/*.json "$dest"/examples/*.json
 fi
 
 # The fixed "TS" shown in the examples (2023-11-14 22:13:20 UTC).
@@ -220,6 +220,10 @@ kind. The examples are records of the simulator's built-in scenarios
 Every key path with its type, code table, meaning and presence is in the
 [field dictionary](fields.md); the JSON Schemas are in
 [docs/schema/](../schema/README.md) (`plovrest-tap --validate` checks against them).
+Every key, title, code table and text of the documents, as the renderers
+compile them in, is in [catalogue.json](catalogue.json) (`plovrest-tap --catalogue`):
+each table with its stream kinds and its text for an unknown code, each item
+with its key paths, the JSON type of its "Data" and its unit.
 A NaN or infinite float cuts a document short where it stands, as designed:
 see the field dictionary.
 
@@ -325,8 +329,11 @@ examples).
 EOF
 } >"$dest/README.md"
 
-# The field dictionary comes with the JSON Schemas, from the same tables.
-python3 "$repo/docs/schema/gen-schemas.py" --dictionary "$dest/fields.md" || die "field dictionary failed"
+# The catalogue the renderers compile in (keys, titles, code tables, texts),
+# and the field dictionary that comes with the JSON Schemas from it.
+"$tap" --catalogue >"$dest/catalogue.json" || die "catalogue failed"
+python3 "$repo/docs/schema/gen-schemas.py" --catalogue "$dest/catalogue.json" --dictionary "$dest/fields.md" ||
+  die "field dictionary failed"
 
 if [ "$check" = 1 ]; then
   if diff -r "$out" "$dest" >"$tmp/diff" 2>&1; then

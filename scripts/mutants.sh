@@ -16,7 +16,8 @@
 #
 # A row of the list: NAME FILE TESTS SED-SCRIPT. TESTS is a ctest regex (the
 # tests that should catch the fault), SED-SCRIPT is applied with sed -E to
-# FILE and must change it. '#' starts a comment line.
+# FILE and must change it. '#' starts a comment line. A row whose file or
+# tests do not exist is refused (exit status 2).
 #
 # The working tree is never changed. Exit status: 0 every fault caught, 1 a
 # fault survived, did not apply or did not build, 2 bad arguments.
@@ -67,12 +68,16 @@ if [ ! -f "$build/CMakeCache.txt" ]; then
     >"$dir/configure.log" 2>&1 || die "configure failed, see $dir/configure.log"
 fi
 
+# Every row must name a file and tests that exist, selected or not: a row
+# whose tests are gone would otherwise "catch" nothing without notice.
+known_tests="$(ctest --test-dir "$build" -N | sed -n 's/^ *Test *#[0-9]*: //p')"
 rows=()
 while IFS= read -r line; do
   case "$line" in '#'*|'') continue ;; esac
   read -r name file tests script <<<"$line"
   [ -n "$script" ] || die "$list: incomplete row: $line" 2
   [ -f "$src/$file" ] || die "$list: $name: no file $file" 2
+  grep -Eq -- "$tests" <<<"$known_tests" || die "$list: $name: no test matches $tests" 2
   if [ -z "$only" ] || [[ "$name" =~ $only ]]; then rows+=("$line"); fi
 done <"$list"
 [ "${#rows[@]}" -gt 0 ] || die "no fault selected" 2

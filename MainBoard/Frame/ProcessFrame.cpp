@@ -14,12 +14,12 @@
 #include <thread>
 
 #include "AltSignalStack.h"
-#include "Frame/ProcessState.h"
 #include "Frame/ServiceNotify.h"
+#include "Shared/ProcessState.h"
 #include "HeartBeater.h"
 #include "Logger.h"
-#include "Messaging/DlbSubHandler.h"
-#include "Messaging/MetadataPublisher.h"
+#include "Control/DlbSubHandler.h"
+#include "Publish/MetadataPublisher.h"
 #include "MqEndpoints.h"
 #include "NetworkUtils.h"
 #include "Reader/DlbStatusSubx.h"

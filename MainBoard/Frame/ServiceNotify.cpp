@@ -6,7 +6,7 @@
 #include <cstdlib>
 
 #include "Reader/ReaderActivity.h"
-#include "Render/CodeTables.h"
+#include "Render/Catalogue.h"
 
 namespace {
 
@@ -62,7 +62,7 @@ void cServiceNotifier::Stopping() {
 
 std::string cServiceNotifier::StatusText(const char* state, int mdType, int typeId, unsigned perSecond) {
   const char* kind = typeId < 0 ? "no stream yet"
-                                : code_tables::StreamTypeText(static_cast<dlb_padc_ui_md_type_t>(mdType), typeId);
+                                : table::StreamTypes.texts[catalogue::StreamTypeCode(static_cast<unsigned>(mdType), typeId)];
   char text[160];
   std::snprintf(text, sizeof text, "%s; %s; %u records/s", state != nullptr ? state : "Starting", kind,
                 perSecond);

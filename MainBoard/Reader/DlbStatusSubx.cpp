@@ -10,23 +10,18 @@
 #include <ctime>
 
 #include "AltSignalStack.h"
-#include "Frame/ProcessState.h"
+#include "Shared/ProcessState.h"
 #include "JsonParseHbMonMessages.h"
 #include "Logger.h"
 #include "MqEndpoints.h"
 #include "MqIpcBindGuard.h"
 #include "MqPeerReconnect.h"
-#include "Messaging/PubHandler.h"
-#include "Messaging/Topics.h"
+#include "Publish/PubHandler.h"
 #include "Reader/ReaderActivity.h"
 #include "Render/MetadataJsonPaData.h"
 #include "Render/PADMetadataJsonDecStatus.h"
+#include "Shared/TopicTable.h"
 
-std::atomic<bool> cDlbStatusSubx::mbDolbyZoomStatus{false};
-std::atomic<int> cDlbStatusSubx::miDecodingSource{0};
-std::atomic<int> cDlbStatusSubx::miVidLnNoForZP{0};
-std::atomic<int> cDlbStatusSubx::miVidLnNoForNextToZP{0};
-std::atomic<std::int64_t> cDlbStatusSubx::mlEd2MAFactor{0};
 std::atomic<bool> cDlbStatusSubx::mbForcedPub{true};
 std::atomic<long> cDlbStatusSubx::mlForcedPubCount{0};
 cPubHandler* cDlbStatusSubx::mpPubs = nullptr;
@@ -48,7 +43,7 @@ constexpr int kDecoderRcvHwm = 10;
 
 // Topics subscribed on the decoder's socket; "DolbyMetadataBinEvent" arrives
 // too but only "DolbyMetadataEvent" carries records the daemon renders.
-char gDecoderTopics[][mq::kTopicLen] = {"DolbyMetadataEvent", "DolbyMetadataBinEvent"};
+auto gDecoderTopics = topic::MakeTable(topic::kDolbyMetadataEvent, topic::kDolbyMetadataBinEvent);
 
 bool SameTopic(const char* a, const char* b) { return strncmp(a, b, mq::kTopicLen) == 0; }
 
@@ -74,7 +69,7 @@ void cDlbStatusSubx::PublishDolbyDecoderStatus(bool decoding) {
     status = decoding ? "Decoding" : "Not Decoding";
   }
   const int source = miDecodingSource.load(kRelaxed);
-  const char* event = source == 1 ? "Dolby Zoom" : source == 2 ? "Dolby Preset" : "";
+  const char* event = source == kSourceDolbyZoom ? "Dolby Zoom" : source == kSourceDolbyPreset ? "Dolby Preset" : "";
   char text[256];
   snprintf(text, sizeof text, "{\"Status\" : \"%s\", \"Event\" : \"%s\"}", status, event);
   cReaderActivity::mpDecoderState.store(status, kRelaxed);
@@ -142,7 +137,7 @@ struct cDlbStatusSubx::Pass {
   cMqPeerReconnect reconnect;   // watches `sub`
   cMqIpcBindGuard endpoint;     // watches the publisher's socket file
   cTimer repubTimer{kRepubIntervalMs};
-  cTimer unusedTimer{kRepubIntervalMs};  // kept beside the others, never consulted
+  cTimer unusedTimer{kRepubIntervalMs};  // kept as designed; never consulted
   cTimer stateTimer{kStateIntervalMs};
   int lastVidLnZP = 0;
   int lastVidLnNextToZP = 0;
@@ -266,7 +261,7 @@ void cDlbStatusSubx::Connect(Pass& pass) {
     pass.Sleep(5000);
   } else if (zsock_connect(pass.sub, mq::kTcpFormat, mq::kSlot1Addr, mq::kDecoderPubPort) == 0) {
     mbConnected = true;
-    for (auto& entry : gDecoderTopics) {
+    for (auto& entry : gDecoderTopics.entries) {
       if (strnlen(entry, mq::kTopicLen) < mq::kTopicLen) zsock_set_subscribe(pass.sub, entry);
     }
   } else {
@@ -286,7 +281,7 @@ void cDlbStatusSubx::IdlePass(Pass& pass, bool zoom) {
     PublishMetadata(false, false);
     PublishPAData(false, false);
     pass.haveData = false;
-    PublishDolbyDecoderStatus(false);
+    PublishDolbyDecoderStatus(false);  // "Not Decoding" a second time, as designed
     return;
   }
   if (!zoom || !pass.haveData) return;

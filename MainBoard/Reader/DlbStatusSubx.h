@@ -14,6 +14,7 @@
 #include <cstdint>
 
 #include "Record/DolbyMetadataRecord.h"
+#include "Shared/ReaderSwitches.h"
 #include "Timer.h"
 
 class Logger;
@@ -21,12 +22,14 @@ class cPubHandler;
 class cPADMetadataJsonDecStatus;
 class cMetadataJsonPaData;
 
-class cDlbStatusSubx {
+class cDlbStatusSubx : public cDlbStatusSwitches {
  public:
   // Fetches the logger, publisher and renderer singletons (any may be null:
   // its steps are then skipped) and clears the record copy.
   cDlbStatusSubx();
 
+  // Kept as designed: the process frame calls Init and Cleanup, nothing calls
+  // DecodeStatusListener.
   int Init() { return 0; }  // always 0: the thread may start
   void Cleanup() {}
   void DecodeStatusListener(const kv_dolby_metadata_t&) {}
@@ -46,13 +49,10 @@ class cDlbStatusSubx {
   void PublishMetadata(bool withDocument, bool repub);
   void PublishPAData(bool withDocument, bool repub);
 
-  // Written by the main thread's dispatcher, read here once per pass.
-  static std::atomic<bool> mbDolbyZoomStatus;  // record decoding enabled
-  static std::atomic<int> miDecodingSource;    // 1 Dolby Zoom, 2 Dolby Preset
-  static std::atomic<int> miVidLnNoForZP;
-  static std::atomic<int> miVidLnNoForNextToZP;
-  static std::atomic<std::int64_t> mlEd2MAFactor;  // thousandths
-  static std::atomic<bool> mbForcedPub;    // not consulted by this thread
+  // The switches the main thread's dispatcher sets come from
+  // cDlbStatusSwitches (Shared/ReaderSwitches.h). These two are kept as
+  // designed; nothing reads them.
+  static std::atomic<bool> mbForcedPub;
   static std::atomic<long> mlForcedPubCount;
 
   // Singletons, not owned.

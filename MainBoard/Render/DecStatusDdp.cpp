@@ -6,7 +6,14 @@
 #include "PADMetadataJsonDecStatus.h"
 
 using rapidjson::Value;
-namespace ct = code_tables;
+namespace item = catalogue::item;
+namespace member = catalogue::member;
+namespace table = catalogue::table;
+
+namespace {
+// Dolby Surround only means something for a two-channel (2/0) stream.
+constexpr int kAcmodTwoChannel = 2;
+}  // namespace
 
 // ---- "StatusInfo"
 
@@ -16,7 +23,7 @@ void cPADMetadataJsonDecStatus::AddDDPStatusInfoObject(const kv_dolby_metadata_t
 
 void cPADMetadataJsonDecStatus::AddDDPStatusInfo(const kv_dolby_metadata_t& rec,
                                                  Value& statusInfo) {
-  FillStatusInfo(statusInfo, ct::kStatusInfoTitle, [&](Value& entry) {
+  FillStatusInfo(statusInfo, item::StatusInfoBlock.title, [&](Value& entry) {
     AddUpdateStreamType(rec.mdType, rec.typeId, entry);
     AddPrgAtmosPresent(rec.atmosDecode != 0 && rec.md.ddp.atmosPresent != 0, entry);
     AddUpdateInputSignalType(rec.inputType, entry);
@@ -28,12 +35,12 @@ void cPADMetadataJsonDecStatus::AddDDPStatusInfo(const kv_dolby_metadata_t& rec,
 // ---- "AtmosInfo"
 
 void cPADMetadataJsonDecStatus::AddDDPAtmosInfoObject(const dlb_padc_ui_md_ddp_s& ddp) {
-  if (Value* atmosInfo = RootObjectMember("AtmosInfo")) AddDDPAtmosInfo(ddp, *atmosInfo);
+  if (Value* atmosInfo = RootObjectMember(member::AtmosInfo.key)) AddDDPAtmosInfo(ddp, *atmosInfo);
 }
 
 void cPADMetadataJsonDecStatus::AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp,
                                                 Value& atmosInfo) {
-  Value* exData = ResetItemBlock(atmosInfo, ct::kAtmosInfoTitle);
+  Value* exData = ResetItemBlock(atmosInfo, item::AtmosInfoBlock.title);
   if (exData == nullptr) return;
   AppendEntry(*exData, [&](Value& entry) {
     AddDDPObjectsArray(ddp, entry);
@@ -43,21 +50,20 @@ void cPADMetadataJsonDecStatus::AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp,
     for (unsigned i = 0; i < kBedChannelCount; ++i) {
       if (ddp.bedChannels[i] == 0) continue;
       ++bedCount;
-      bedNames.Append(" ").Append(ct::kSpeakerNames.Find(i + 1));
+      bedNames.Append(" ").Append(item::BedObjectConf.table.Find(i + 1));
     }
-    AddUpdateObjectMemberToObject("BedObjectConf", "Bed-object configuration", bedCount, bedNames, entry);
+    AddItem(item::BedObjectConf, bedCount, bedNames, entry);
 
-    AddCodedItem(ct::kComplexityIndex, ddp.complexityIndex, entry);
-    AddUpdateObjectMemberToObject("NumDynObjects", "Dynamic objects", ddp.numDynObjects,
-                                  item_text::Decimal(ddp.numDynObjects), entry);
-    AddCodedItem(ct::kSurroundTrim, static_cast<int>(ddp.surroundTrim), entry);
-    AddCodedItem(ct::kHeightTrim, static_cast<int>(ddp.heightTrim), entry);
+    AddCodedItem(item::ComplexityIndex, ddp.complexityIndex, entry);
+    AddItem(item::NumDynObjects, ddp.numDynObjects, item_text::Decimal(ddp.numDynObjects), entry);
+    AddCodedItem(item::SurroundTrim, static_cast<int>(ddp.surroundTrim), entry);
+    AddCodedItem(item::HeightTrim, static_cast<int>(ddp.heightTrim), entry);
   });
 }
 
 void cPADMetadataJsonDecStatus::AddDDPObjectsArray(const dlb_padc_ui_md_ddp_s& ddp,
                                                    Value& exData) {
-  Value* objects = FreshArrayMember("PaObjects", exData);
+  Value* objects = FreshArrayMember(member::PaObjects.key, exData);
   if (objects == nullptr) return;
   // The count is shown as received but never walks past the object slots.
   const unsigned count = std::min<unsigned>(ddp.numDynObjects, kDdpMaxObjects);
@@ -67,11 +73,10 @@ void cPADMetadataJsonDecStatus::AddDDPObjectsArray(const dlb_padc_ui_md_ddp_s& d
 void cPADMetadataJsonDecStatus::AddDDPObject(const dlb_padc_object_info_ddp_s& object,
                                              Value& objects) {
   AppendEntry(objects, [&](Value& entry) {
-    AddUpdateObjectMemberToObject("Type", "Object Type", false, "Dynamic", entry);
+    AddItem(item::ObjectType, false, item::ObjectType.table.texts[0], entry);
     const int dialogue = object.dialogueClass == DLB_PADC_OBJECT_DIALOGUE ? 1 : 0;
-    const char* classText = ct::kObjectClass.table.Find(static_cast<unsigned>(object.dialogueClass));
-    AddUpdateObjectMemberToObject(ct::kObjectClass.key, ct::kObjectClass.title, dialogue,
-            classText ? classText : ct::kObjectClass.otherText, entry);
+    AddItem(item::DialogueClass, dialogue,
+            item::DialogueClass.table.Text(static_cast<unsigned>(object.dialogueClass)), entry);
     AddObjectPositionItems(object.x, object.y, object.z, entry);
   });
 }
@@ -79,55 +84,51 @@ void cPADMetadataJsonDecStatus::AddDDPObject(const dlb_padc_object_info_ddp_s& o
 // ---- "Streams"
 
 void cPADMetadataJsonDecStatus::AddSubstreams(unsigned int count, const dlb_padc_ui_md_ddp_s& ddp) {
-  Value* streams = FreshArrayMember("Streams", mDoc);
+  Value* streams = FreshArrayMember(member::Streams.key, mDoc);
   if (streams == nullptr) return;
-  for (unsigned i = 0; i < count && i < 16; ++i) AddSubstream(i, ddp, *streams);
+  for (unsigned i = 0; i < count && i < kMaxSubstreams; ++i) AddSubstream(i, ddp, *streams);
 }
 
 void cPADMetadataJsonDecStatus::AddSubstream(unsigned int i, const dlb_padc_ui_md_ddp_s& ddp,
                                              Value& streams) {
   if (!streams.IsArray()) return;
-  const std::string_view desc = i == 0 ? "Main" : "";
+  const std::string_view desc = i == 0 ? catalogue::text::MainSubstream : "";
   Value sections(rapidjson::kArrayType);
 
-  AppendSection(sections, ct::kBitstreamInfo, i, desc, [&](Value& entry) {
-    AddCodedItem(ct::kBsid, ddp.bsid, entry);
+  AppendSection(sections, item::BitstreamInfo, i, desc, [&](Value& entry) {
+    AddCodedItem(item::Bsid, ddp.bsid, entry);
     AddSubstreamDatarate(ddp.datarate, entry);
-    AddCodedItem(ct::kAcmod, ddp.acmod, entry);
-    AddFlagItem(ct::kLfeon, ddp.lfeon, entry);
-    AddCodedItem(ct::kDialnorm, ddp.dialnorm, entry);
+    AddCodedItem(item::Acmod, ddp.acmod, entry);
+    AddFlagItem(item::Lfeon, ddp.lfeon, entry);
+    AddCodedItem(item::Dialnorm, ddp.dialnorm, entry);
   });
 
-  AppendSection(sections, ct::kInformational, i, desc, [&](Value& entry) {
-    AddCodedItem(ct::kBsmod, ddp.bsmod, entry);
+  AppendSection(sections, item::Informational, i, desc, [&](Value& entry) {
+    AddCodedItem(item::Bsmod, ddp.bsmod, entry);
     AddSubstreamDsurmod(ddp.dsurmod, ddp.acmod, entry);
     AddPrgMixingLevel(1, ddp.mixlevel, entry);
-    AddCodedItem(ct::kRoomtyp, ddp.roomtyp, entry);
-    AddFlagItem(ct::kCopyrightb, ddp.copyrightb, entry);
-    AddFlagItem(ct::kOrigbs, ddp.origbs, entry);
-    AddCodedItem(ct::kDsurexmod, ddp.dsurexmod, entry);
-    AddFlagItem(ct::kAdconvtyp, ddp.adconvtyp, entry);
+    AddCodedItem(item::Roomtyp, ddp.roomtyp, entry);
+    AddFlagItem(item::Copyrightb, ddp.copyrightb, entry);
+    AddFlagItem(item::Origbs, ddp.origbs, entry);
+    AddCodedItem(item::Dsurexmod, ddp.dsurexmod, entry);
+    AddFlagItem(item::Adconvtyp, ddp.adconvtyp, entry);
   });
 
-  AppendSection(sections, ct::kDownmixing, i, desc,
+  AppendSection(sections, item::Downmixing, i, desc,
                 [&](Value& entry) { AddDownmixingItems(ddp, entry); });
 
   streams.PushBack(sections, Allocator());
 }
 
 void cPADMetadataJsonDecStatus::AddSubstreamDatarate(int datarate, Value& obj) {
-  AddUpdateObjectMemberToObject("Datarate", ct::kDatarateTitle, datarate,
-                                datarate < 1 ? item_text::Text(ct::kNotApplicableText)
-                                             : item_text::Decimal(datarate),
-                                obj);
+  AddItem(item::Datarate, datarate,
+          datarate < 1 ? item_text::Text(item::Datarate.absent) : item_text::Decimal(datarate), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddSubstreamDsurmod(int dsurmod, int acmod, Value& obj) {
-  // Dolby Surround only means something for a two-channel (2/0) stream.
-  if (acmod == ct::kAcmodTwoChannel) {
-    AddCodedItem(ct::kSubstreamDsurmod, dsurmod, obj);
+  if (acmod == kAcmodTwoChannel) {
+    AddCodedItem(item::SubstreamDsurmod, dsurmod, obj);
   } else {
-    AddUpdateObjectMemberToObject(ct::kSubstreamDsurmod.key, ct::kSubstreamDsurmod.title, dsurmod,
-            ct::kNotApplicableText, obj);
+    AddItem(item::SubstreamDsurmod, dsurmod, item::SubstreamDsurmod.absent, obj);
   }
 }

@@ -13,6 +13,9 @@
 #include "Singleton.h"
 
 using rapidjson::Value;
+namespace item = catalogue::item;
+namespace member = catalogue::member;
+namespace table = catalogue::table;
 
 cPADMetadataJsonDecStatus* cPADMetadataJsonDecStatus::mpJDecStatus = nullptr;
 Logger* cPADMetadataJsonDecStatus::mpLogger = nullptr;
@@ -55,12 +58,12 @@ bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& r
   NewDocument();
 
   auto head = [&](int programs, int current) {
-    AddUpdateTimeStampMember("TS", now);
-    AddUpdateIntegerMember("ProtoVer", static_cast<int>(rec.protoVer));
-    AddUpdateIntegerMember("TypeId", rec.typeId);
-    AddUpdateIntegerMember("MdId", static_cast<int>(rec.mdType));
-    AddUpdateIntegerMember("NoOfPrograms", programs);
-    AddUpdateIntegerMember("CurrentProgram", current);
+    AddUpdateTimeStampMember(member::TS.key, now);
+    AddUpdateIntegerMember(member::ProtoVer.key, static_cast<int>(rec.protoVer));
+    AddUpdateIntegerMember(member::TypeId.key, rec.typeId);
+    AddUpdateIntegerMember(member::MdId.key, static_cast<int>(rec.mdType));
+    AddUpdateIntegerMember(member::NoOfPrograms.key, programs);
+    AddUpdateIntegerMember(member::CurrentProgram.key, current);
   };
 
   switch (rec.typeId) {
@@ -75,7 +78,7 @@ bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& r
       const dlb_padc_ui_md_ddp_s& ddp = rec.md.ddp;
       const bool objectAudio = rec.atmosDecode != 0 && ddp.atmosPresent != 0;
       head(0, 0);
-      AddUpdateBooleanMember("IsAtmosPresent", objectAudio);
+      AddUpdateBooleanMember(member::IsAtmosPresent.key, objectAudio);
       AddDDPStatusInfoObject(rec);
       if (mDoc.IsObject()) {
         if (objectAudio) AddDDPAtmosInfoObject(ddp);
@@ -87,8 +90,8 @@ bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& r
     case stream_type::kAc4: {
       const Ac4Selection selection = SelectAc4Presentation(rec);
       head(static_cast<int>(selection.count), static_cast<int>(selection.shown));
-      AddUpdateIntegerMember("NoOfStreams", static_cast<int>(selection.count));
-      AddUpdateBooleanMember("IsAtmosPresent", rec.atmosDecode != 0 && selection.atmos);
+      AddUpdateIntegerMember(member::NoOfStreams.key, static_cast<int>(selection.count));
+      AddUpdateBooleanMember(member::IsAtmosPresent.key, rec.atmosDecode != 0 && selection.atmos);
       AddAC4StatusInfoObject(rec);
       break;
     }
@@ -99,8 +102,8 @@ bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& r
       const unsigned current =
           dolbye.currentProgram > dolbye.programCount ? 0u : dolbye.currentProgram;
       head(dolbye.programCount, static_cast<int>(current));
-      AddUpdateIntegerMember("NoOfStreams", 0);
-      AddUpdateBooleanMember("IsAtmosPresent", false);
+      AddUpdateIntegerMember(member::NoOfStreams.key, 0);
+      AddUpdateBooleanMember(member::IsAtmosPresent.key, false);
       AddDolbyEStatusInfoObject(rec);
       if (mDoc.IsObject()) AddPrograms(dolbye.programCount, dolbye);
       break;
@@ -109,8 +112,8 @@ bool cPADMetadataJsonDecStatus::PrepareMetadataJson(const kv_dolby_metadata_t& r
     case stream_type::kEd2: {
       const bool objectPair = Ed2HasObjectPair(rec);
       head(0, 0);
-      AddUpdateIntegerMember("NoOfStreams", objectPair ? 2 : 1);
-      AddUpdateBooleanMember("IsAtmosPresent", objectPair);
+      AddUpdateIntegerMember(member::NoOfStreams.key, objectPair ? 2 : 1);
+      AddUpdateBooleanMember(member::IsAtmosPresent.key, objectPair);
       AddED2StatusInfoObject(rec);
       break;
     }
@@ -135,20 +138,12 @@ bool cPADMetadataJsonDecStatus::requireUpdate(const kv_dolby_metadata_t& rec) co
 
 void cPADMetadataJsonDecStatus::AddStatusInfoObject(const kv_dolby_metadata_t& rec,
                                                     StatusInfoFill fill) {
-  if (Value* statusInfo = RootObjectMember("StatusInfo")) (this->*fill)(rec, *statusInfo);
+  if (Value* statusInfo = RootObjectMember(member::StatusInfo.key)) (this->*fill)(rec, *statusInfo);
 }
 
 Value* cPADMetadataJsonDecStatus::ResetItemBlock(Value& block, const char* title) {
   AddUpdateObjectMember(title, 0, "", block);
-  return FreshArrayMember("ExData", block);
-}
-
-// ---------------------------------------------------------------------------
-// Item writers
-
-void cPADMetadataJsonDecStatus::AddFlagItem(const code_tables::FlagItem& item, int value,
-                                            Value& obj) {
-  AddUpdateObjectMemberToObject(item.key, item.title, value, value != 0 ? item.whenSet : item.whenClear, obj);
+  return FreshArrayMember(member::ExData.key, block);
 }
 
 // ---------------------------------------------------------------------------
@@ -156,72 +151,66 @@ void cPADMetadataJsonDecStatus::AddFlagItem(const code_tables::FlagItem& item, i
 
 void cPADMetadataJsonDecStatus::AddUpdateStreamType(dlb_padc_ui_md_type_t mdType, int typeId,
                                                     Value& obj) {
-  AddUpdateObjectMemberToObject("Type", "Type", static_cast<unsigned int>(typeId),
-                                code_tables::StreamTypeText(mdType, typeId), obj);
+  const unsigned row = catalogue::StreamTypeCode(static_cast<unsigned>(mdType), typeId);
+  AddItem(item::StreamType, static_cast<unsigned int>(typeId), table::StreamTypes.texts[row], obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateInputSignalType(SysInputType_e inputType, Value& obj) {
-  AddUpdateObjectMemberToObject("SignalType", "Signal Type", static_cast<unsigned int>(inputType),
-          inputType == SYS_INPUT_TYPE_SDI ? "SDI" : "AES", obj);
+  AddItem(item::SignalType, static_cast<unsigned int>(inputType),
+          table::SignalTypes.texts[inputType == SYS_INPUT_TYPE_SDI ? 1 : 0], obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateDZPair(unsigned int pair, Value& obj) {
-  AddUpdateObjectMemberToObject("Pair", "Pair", pair, item_text::Decimal(pair), obj);
+  AddItem(item::Pair, pair, item_text::Decimal(pair), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateSpeakerConfig(int config, Value& obj) {
-  AddCodedItem(code_tables::kChannelConfig, static_cast<unsigned int>(config), obj);
+  AddCodedItem(item::ChannelConfig, static_cast<unsigned int>(config), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateOutputSpeakerConfig(int config, Value& obj) {
-  AddCodedItem(code_tables::kOutputChannelConfig, static_cast<unsigned int>(config), obj);
+  AddCodedItem(item::OutputChannelConfig, static_cast<unsigned int>(config), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddUpdateAtmosStatus(bool enabled, Value& obj) {
-  AddUpdateObjectMemberToObject("Atmos", "Atmos Decode", enabled ? 1u : 0u,
-                                enabled ? "Enabled" : "Disabled", obj);
+  AddItem(item::AtmosDecode, enabled ? 1u : 0u, item::AtmosDecode.table.texts[enabled ? 1 : 0], obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgAtmosPresent(unsigned int present, Value& obj) {
   const bool isPresent = present != 0;
-  AddUpdateObjectMemberToObject("AtmosPresent", "Atmos Presence", isPresent, isPresent ? "Yes" : "No", obj);
-  AddUpdateBooleanMember("IsAtmosPresent", isPresent);
+  AddItem(item::AtmosPresent, isPresent, item::AtmosPresent.table.texts[isPresent ? 1 : 0], obj);
+  AddUpdateBooleanMember(member::IsAtmosPresent.key, isPresent);
 }
 
 void cPADMetadataJsonDecStatus::AddFrameRate(unsigned short code, Value& obj) {
   const float rate = static_cast<float>(code) / 100.0f;
-  const char* text = code_tables::FrameRateText(code);
+  const char* text = item::FrameRate.table.Find(code);
   // Without a text of its own the rate is shown as "%f" prints it.
-  AddUpdateObjectMemberToObject("FrameRate", "Frame rate", rate,
-                                text ? item_text::Text(text) : item_text::Fixed(rate, 6), obj);
+  AddItem(item::FrameRate, rate, text ? item_text::Text(text) : item_text::Fixed(rate, 6), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddBitDepth(unsigned char code, Value& obj) {
-  AddUpdateObjectMemberToObject("BitDepth", "Bit depth", static_cast<int>(code),
-                                code == 16 ? "16 bits" : "20 bits", obj);
+  AddItem(item::BitDepth, static_cast<int>(code), item::BitDepth.table.texts[code == 16 ? 1 : 0], obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgCfg(std::string_view config, Value& obj) {
-  AddUpdateObjectMemberToObject("PrgCfg", "Program configuration", config, "", obj);
+  AddItem(item::PrgCfg, config, "", obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgCount(unsigned int count, Value& obj) {
-  AddUpdateObjectMemberToObject("PrgCount", "Program count", count, item_text::Decimal(count), obj);
+  AddItem(item::PrgCount, count, item_text::Decimal(count), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddCurrentPrg(unsigned int program, Value& obj) {
-  AddUpdateObjectMemberToObject("MonitorPrg", "Selected Program", program,
-                                program == 0 ? item_text::Text("All Programs") : item_text::Decimal(program),
-                                obj);
+  AddCodedItem(item::MonitorPrg, program, obj);
 }
 
 void cPADMetadataJsonDecStatus::AddMetadataID(unsigned short id, Value& obj) {
-  AddUpdateObjectMemberToObject("MetadataID", "Metadata ID", static_cast<int>(id), item_text::Decimal(id),
-                                obj);
+  AddItem(item::MetadataID, static_cast<int>(id), item_text::Decimal(id), obj);
 }
 
 void cPADMetadataJsonDecStatus::AddPrgMixingLevel(int /*audprodie*/, int mixlevel, Value& obj) {
-  AddCodedItem(code_tables::kMixlevel, mixlevel, obj);
+  AddCodedItem(item::Mixlevel, mixlevel, obj);
 }
 
 // ---------------------------------------------------------------------------
@@ -233,7 +222,7 @@ void cPADMetadataJsonDecStatus::AddPCMStatusInfoObject(const kv_dolby_metadata_t
 
 void cPADMetadataJsonDecStatus::AddPCMStatusInfo(const kv_dolby_metadata_t& rec,
                                                  Value& statusInfo) {
-  FillStatusInfo(statusInfo, code_tables::kStatusInfoTitle, [&](Value& entry) {
+  FillStatusInfo(statusInfo, item::StatusInfoBlock.title, [&](Value& entry) {
     AddUpdateStreamType(rec.mdType, rec.typeId, entry);
     AddUpdateInputSignalType(rec.inputType, entry);
     AddUpdateDZPair(rec.inputType != 0 ? rec.dzPair : 0u, entry);

@@ -3,7 +3,12 @@
 #include "PADMetadataJsonDecStatus.h"
 
 using rapidjson::Value;
-namespace ct = code_tables;
+namespace item = catalogue::item;
+
+namespace {
+// The decoder's code for a dynamic range profile it does not know.
+constexpr int kDynrngProfileUnknownCode = 65535;
+}  // namespace
 
 // ---- "StatusInfo"
 
@@ -14,7 +19,7 @@ void cPADMetadataJsonDecStatus::AddDolbyEStatusInfoObject(const kv_dolby_metadat
 void cPADMetadataJsonDecStatus::AddDolbyEStatusInfo(const kv_dolby_metadata_t& rec,
                                                     Value& statusInfo) {
   const dlb_padc_ui_md_dolbye_s& dolbye = rec.md.dolbye;
-  FillStatusInfo(statusInfo, ct::kStatusInfoTitle, [&](Value& entry) {
+  FillStatusInfo(statusInfo, item::StatusInfoBlock.title, [&](Value& entry) {
     AddUpdateStreamType(rec.mdType, rec.typeId, entry);
     AddFrameRate(dolbye.frameRate, entry);
     AddBitDepth(dolbye.bitDepth, entry);
@@ -31,7 +36,7 @@ void cPADMetadataJsonDecStatus::AddDolbyEStatusInfo(const kv_dolby_metadata_t& r
 
 void cPADMetadataJsonDecStatus::AddPrograms(unsigned int count,
                                             const dlb_padc_ui_md_dolbye_s& dolbye) {
-  Value* programs = FreshArrayMember("Programs", mDoc);
+  Value* programs = FreshArrayMember(catalogue::member::Programs.key, mDoc);
   if (programs == nullptr) return;
   for (unsigned i = 0; i < count && i < kDolbyEMaxRenderedPrograms; ++i) {
     AddProgram(i, dolbye, *programs);
@@ -45,40 +50,39 @@ void cPADMetadataJsonDecStatus::AddProgram(unsigned int i, const dlb_padc_ui_md_
   const item_text::Text desc = item_text::Decimal(i);
   Value sections(rapidjson::kArrayType);
 
-  AppendSection(sections, ct::kBitstreamInfo, i, desc, [&](Value& entry) {
-    AddCodedItem(ct::kDialnorm, program.dialnorm, entry);
-    AddCodedItem(ct::kAcmod, program.acmod, entry);
-    AddFlagItem(ct::kLfeon, program.lfeon, entry);
+  AppendSection(sections, item::BitstreamInfo, i, desc, [&](Value& entry) {
+    AddCodedItem(item::Dialnorm, program.dialnorm, entry);
+    AddCodedItem(item::Acmod, program.acmod, entry);
+    AddFlagItem(item::Lfeon, program.lfeon, entry);
   });
 
-  AppendSection(sections, ct::kInformational, i, desc, [&](Value& entry) {
-    AddCodedItem(ct::kBsmod, program.bsmod, entry);
-    AddFlagItem(ct::kBwlpfon, program.bwlpfon, entry);
-    AddCodedItem(ct::kCmixlev, program.cmixlev, entry);
-    AddCodedItem(ct::kSurmixlev, program.surmixlev, entry);
-    AddFlagItem(ct::kRfPrEmph, program.rfPrEmph, entry);
-    AddCodedItem(ct::kProgramDsurmod, program.dsurmod, entry);
-    AddFlagItem(ct::kAudprodie, program.audprodie, entry);
+  AppendSection(sections, item::Informational, i, desc, [&](Value& entry) {
+    AddCodedItem(item::Bsmod, program.bsmod, entry);
+    AddFlagItem(item::Bwlpfon, program.bwlpfon, entry);
+    AddCodedItem(item::Cmixlev, program.cmixlev, entry);
+    AddCodedItem(item::Surmixlev, program.surmixlev, entry);
+    AddFlagItem(item::RfPrEmph, program.rfPrEmph, entry);
+    AddCodedItem(item::ProgramDsurmod, program.dsurmod, entry);
+    AddFlagItem(item::Audprodie, program.audprodie, entry);
     AddPrgMixingLevel(program.audprodie, program.mixlevel, entry);
-    AddCodedItem(ct::kRoomtyp, program.roomtyp, entry);
-    AddFlagItem(ct::kCopyrightb, program.copyrightb, entry);
-    AddFlagItem(ct::kOrigbs, program.origbs, entry);
-    AddCodedItem(ct::kDsurexmod, program.dsurexmod, entry);
-    AddCodedItem(ct::kComprProfile, program.comprProfile, entry);
+    AddCodedItem(item::Roomtyp, program.roomtyp, entry);
+    AddFlagItem(item::Copyrightb, program.copyrightb, entry);
+    AddFlagItem(item::Origbs, program.origbs, entry);
+    AddCodedItem(item::Dsurexmod, program.dsurexmod, entry);
+    AddCodedItem(item::ComprProfile, program.comprProfile, entry);
     AddProgramDynrng(program.dynrngProfile, entry);
   });
 
-  AppendSection(sections, ct::kDownmixing, i, desc,
+  AppendSection(sections, item::Downmixing, i, desc,
                 [&](Value& entry) { AddDownmixingItems(program, entry); });
 
   programs.PushBack(sections, Allocator());
 }
 
 void cPADMetadataJsonDecStatus::AddProgramDynrng(int dynrngProfile, Value& obj) {
-  if (dynrngProfile == ct::kDynrngProfileUnknownCode) {
-    AddUpdateObjectMemberToObject(ct::kDynrngProfile.key, ct::kDynrngProfile.title, dynrngProfile,
-            ct::kDynrngProfileUnknownText, obj);
+  if (dynrngProfile == kDynrngProfileUnknownCode) {
+    AddItem(item::DynrngProfile, dynrngProfile, item::DynrngProfile.absent, obj);
   } else {
-    AddCodedItem(ct::kDynrngProfile, dynrngProfile, obj);
+    AddCodedItem(item::DynrngProfile, dynrngProfile, obj);
   }
 }

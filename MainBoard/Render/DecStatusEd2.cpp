@@ -15,7 +15,7 @@ void cPADMetadataJsonDecStatus::AddED2StatusInfoObject(const kv_dolby_metadata_t
 
 void cPADMetadataJsonDecStatus::AddED2StatusInfo(const kv_dolby_metadata_t& rec,
                                                  Value& statusInfo) {
-  Value* exData = ResetItemBlock(statusInfo, code_tables::kStatusInfoTitle);
+  Value* exData = ResetItemBlock(statusInfo, catalogue::item::StatusInfoBlock.title);
   if (exData == nullptr) return;
 
   const dlb_padc_ui_md_ed2_s& ed2 = rec.md.ed2;

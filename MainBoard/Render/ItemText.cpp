@@ -2,6 +2,8 @@
 
 #include <cstdint>
 
+#include "Catalogue.h"
+
 namespace item_text {
 
 Text Decimal(long long value) { return Text().AppendDecimal(value); }
@@ -17,17 +19,17 @@ Text Fixed(float value, int decimals) {
 }
 
 Text FloatDb(float value, float floor) {
-  if (floor + 0.05f >= value) return Text("-inf dB");
+  if (floor + 0.05f >= value) return Text(catalogue::text::MinusInfDb);
   Text text = TwoDecimals(value);
-  text.Append(" dB");
+  text.Append(" ").Append(catalogue::text::UnitDb);
   return text;
 }
 
 Text BitrateKbps(int bitsPerSecond) {
-  if (bitsPerSecond < 0) return Text("Unavailable");
+  if (bitsPerSecond < 0) return Text(catalogue::text::Unavailable);
   // Widened so that rates near INT_MAX round without overflowing.
   const int64_t kbps = (static_cast<int64_t>(bitsPerSecond) + 500) / 1000;
-  return Decimal(static_cast<int>(kbps)).Append(" kbps");
+  return Decimal(static_cast<int>(kbps)).Append(" ").Append(catalogue::text::UnitKbps);
 }
 
 DisplayPosition ToDisplay(float x, float y, float z) { return {2.0f * x - 1.0f, 1.0f - 2.0f * y, z}; }

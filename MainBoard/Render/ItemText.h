@@ -10,9 +10,6 @@
 
 namespace item_text {
 
-// Description of a value the record marks as absent.
-constexpr std::string_view kNotPresent = "Not present";
-
 // A text of at most N bytes kept in the object itself. Appends past N are cut
 // at N (every caller sizes N for its longest text, so none is cut in use).
 template <std::size_t N>

@@ -145,9 +145,9 @@ void cMetadataJson::AddUpdateObjectMemberToObjectWithFloatFactor(const char* key
 
 void cMetadataJson::AddObjectPositionItems(float x, float y, float z, Value& obj) {
   const item_text::DisplayPosition shown = item_text::ToDisplay(x, y, z);
-  AddUpdateObjectMemberToObject("x", "Object Position x", shown.x, item_text::TwoDecimals(x), obj);
-  AddUpdateObjectMemberToObject("y", "Object Position y", shown.y, item_text::TwoDecimals(y), obj);
-  AddUpdateObjectMemberToObject("z", "Object Position z", shown.z, item_text::TwoDecimals(z), obj);
+  AddItem(catalogue::item::PositionX, shown.x, item_text::TwoDecimals(x), obj);
+  AddItem(catalogue::item::PositionY, shown.y, item_text::TwoDecimals(y), obj);
+  AddItem(catalogue::item::PositionZ, shown.z, item_text::TwoDecimals(z), obj);
 }
 
 Value* cMetadataJson::RootObjectMember(const char* name) {

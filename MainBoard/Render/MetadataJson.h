@@ -18,6 +18,8 @@
 #include <rapidjson/document.h>
 #include <rapidjson/stringbuffer.h>
 
+#include "Catalogue.h"
+
 class cMetadataJson {
  public:
   using Value = rapidjson::Value;
@@ -102,6 +104,11 @@ class cMetadataJson {
     }
     Value name(key, Allocator());
     parent.AddMember(name, NewItem(title, data, desc), Allocator());
+  }
+  // AddUpdateObjectMemberToObject with the key and title of a catalogue item.
+  template <typename T>
+  void AddItem(const catalogue::Item& item, T data, std::string_view desc, Value& parent) {
+    AddUpdateObjectMemberToObject(item.key, item.title, data, desc, parent);
   }
   // The same in the float-factor form; the key is stored by reference.
   void AddUpdateObjectMemberToObjectWithFloatFactor(const char* key, std::string_view title, int data,

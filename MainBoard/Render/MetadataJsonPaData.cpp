@@ -5,7 +5,7 @@
 #include <memory>
 #include <new>
 
-#include "CodeTables.h"
+#include "Catalogue.h"
 #include "ItemText.h"
 #include "LargestRecords.h"
 #include "Logger.h"
@@ -19,7 +19,9 @@ int cMetadataJsonPaData::mLogLevel = MSG_LEVEL_DEBUG;
 
 namespace {
 
-namespace ct = code_tables;
+namespace item = catalogue::item;
+namespace member = catalogue::member;
+using catalogue::table::SpeakerTypes;
 using item_text::Text;
 
 unsigned ClampedCount(int count, int limit) {
@@ -38,7 +40,7 @@ unsigned DynamicObjectCount(const dlb_padc_ui_md_ed2_s& ed2) {
 Text BedChannelList(const dlb_padc_ed2_bed_object_s& bed) {
   Text list;
   for (unsigned f = 0; f < kBedChannelCount; ++f) {
-    if (bed.speakerPresent[f] != 0) list.Append(" ").Append(ct::kSpeakerNames.Find(f + 1));
+    if (bed.speakerPresent[f] != 0) list.Append(" ").Append(SpeakerTypes.Find(f + 1));
   }
   return list;
 }
@@ -50,7 +52,7 @@ Text BedLayoutLabel(const dlb_padc_ed2_bed_object_s& bed) {
   for (unsigned f = 0; f < kBedChannelCount; ++f) {
     if (bed.speakerPresent[f] == 0) continue;
     const unsigned type = f + 1;
-    if (type == ct::kSpeakerTypeLfe || type == ct::kSpeakerTypeLfe2) {
+    if (type == catalogue::kSpeakerTypeLfe || type == catalogue::kSpeakerTypeLfe2) {
       ++lfe;
     } else {
       ++fullRange;
@@ -58,9 +60,6 @@ Text BedLayoutLabel(const dlb_padc_ed2_bed_object_s& bed) {
   }
   return item_text::Decimal(fullRange).Append("-").AppendDecimal(lfe);
 }
-
-// A dynamic object is a single full-range source without LFE.
-constexpr std::string_view kDynamicObjectLayout = "1.0";
 
 }  // namespace
 
@@ -95,19 +94,19 @@ int cMetadataJsonPaData::PreparePaMetadataJson(const kv_dolby_metadata_t& record
   NewDocument();
   if (record.mdType == DLB_PADC_UI_MD_TYPE_ED2) {
     const dlb_padc_ui_md_ed2_s& ed2 = record.md.ed2;
-    AddUpdateTimeStampMember("TS", timeStamp);
-    AddUpdateIntegerMember("NoPresentations", 0);
-    AddUpdateIntegerMember("ActivePANo", 0);
-    AddUpdateStringMember("ActivePAName", "");
+    AddUpdateTimeStampMember(member::TS.key, timeStamp);
+    AddUpdateIntegerMember(member::NoPresentations.key, 0);
+    AddUpdateIntegerMember(member::ActivePANo.key, 0);
+    AddUpdateStringMember(member::ActivePAName.key, "");
 
     const unsigned count = ed2.presentationCount;
     if (objectsEnabled && count >= 1 && count <= kEd2MaxPresentations) {
-      AddUpdateIntegerMember("NoPresentations", static_cast<int>(count));
-      AddUpdateIntegerMember("ActivePANo", static_cast<int>(record.activePaNo));
+      AddUpdateIntegerMember(member::NoPresentations.key, static_cast<int>(count));
+      AddUpdateIntegerMember(member::ActivePANo.key, static_cast<int>(record.activePaNo));
       // An active number outside the list shows the counts but no list.
       if (record.activePaNo < count) {
         const std::string_view activeName = BoundedView(ed2.presentations[record.activePaNo].name);
-        if (!activeName.empty()) AddUpdateStringMember("ActivePAName", activeName);
+        if (!activeName.empty()) AddUpdateStringMember(member::ActivePAName.key, activeName);
         if (mDoc.IsObject()) AddPresentations(record);
       }
     }
@@ -117,7 +116,7 @@ int cMetadataJsonPaData::PreparePaMetadataJson(const kv_dolby_metadata_t& record
 }
 
 void cMetadataJsonPaData::AddPresentations(const kv_dolby_metadata_t& record) {
-  Value* presentations = FreshArrayMember("Presentations", mDoc);
+  Value* presentations = FreshArrayMember(member::Presentations.key, mDoc);
   if (presentations == nullptr) return;
   const unsigned count = record.md.ed2.presentationCount;
   for (unsigned k = 0; k < count && k < static_cast<unsigned>(kEd2MaxPresentations); ++k) {
@@ -138,13 +137,13 @@ void cMetadataJsonPaData::AddPresentation(unsigned int index, const kv_dolby_met
 
 void cMetadataJsonPaData::AddPresentationName(std::string_view name, Value& entry) {
   // "Data" is true (a name is given, even an empty one), the name is "Desc".
-  AddUpdateObjectMemberToObject("Name", "Name", true, name, entry);
+  AddItem(item::PresentationName, true, name, entry);
 }
 
 void cMetadataJsonPaData::AddPAObjectsArray(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2,
                                             Value& entry) {
   if (!entry.IsObject() || index >= static_cast<unsigned>(kEd2MaxPresentations)) return;
-  Value* objects = FreshArrayMember("PaObjects", entry);
+  Value* objects = FreshArrayMember(member::PaObjects.key, entry);
   if (objects == nullptr) return;
   const dlb_padc_ed2_presentation_s& presentation = ed2.presentations[index];
   // Beds first, then dynamic objects, each in record order.
@@ -163,7 +162,7 @@ void cMetadataJsonPaData::AddPAObjectsArray(unsigned int index, const dlb_padc_u
 void cMetadataJsonPaData::AddBedObject(unsigned int index, const dlb_padc_ui_md_ed2_s& ed2,
                                        Value& entry) {
   if (!entry.IsObject() || index >= static_cast<unsigned>(kEd2MaxPresentations)) return;
-  Value* bed = FreshObjectMember("PaBed", entry);
+  Value* bed = FreshObjectMember(member::PaBed.key, entry);
   if (bed == nullptr) return;
 
   // The first bed object that the presentation includes; none: "PaBed" stays empty.
@@ -176,9 +175,8 @@ void cMetadataJsonPaData::AddBedObject(unsigned int index, const dlb_padc_ui_md_
   const dlb_padc_ed2_bed_object_s& first = ed2.bedObjects[j];
   AddSpeakerConfigItem(BedLayoutLabel(first), BedChannelList(first), *bed);
   const int sourceCount = first.numSources;
-  AddUpdateObjectMemberToObject("NoSources", "No. of Sources", sourceCount, item_text::Decimal(sourceCount),
-                                *bed);
-  Value* sources = FreshArrayMember("Sources", *bed);
+  AddItem(item::NoSources, sourceCount, item_text::Decimal(sourceCount), *bed);
+  Value* sources = FreshArrayMember(member::Sources.key, *bed);
   if (sources == nullptr) return;
   const unsigned walked = ClampedCount(sourceCount, kEd2MaxBedSources);
   for (unsigned k = 0; k < walked; ++k) {
@@ -190,8 +188,8 @@ void cMetadataJsonPaData::AddBedObject(unsigned int index, const dlb_padc_ui_md_
 // "<full-range>-<LFE>" for a bed), "Desc" the speaker list ("-" when empty).
 void cMetadataJsonPaData::AddSpeakerConfigItem(std::string_view label, std::string_view channels,
                                                Value& obj) {
-  AddUpdateObjectMemberToObject("SpeakerConfig", "Speaker Config", label,
-                                channels.empty() ? std::string_view("-") : channels, obj);
+  AddItem(item::SpeakerConfig, label, channels.empty() ? std::string_view(item::SpeakerConfig.absent) : channels,
+          obj);
 }
 
 void cMetadataJsonPaData::AddBedEntry(const dlb_padc_ui_md_ed2_s& ed2, unsigned int bed,
@@ -201,15 +199,15 @@ void cMetadataJsonPaData::AddBedEntry(const dlb_padc_ui_md_ed2_s& ed2, unsigned 
   // zero position and gain after the object transform, every "Desc" is "-".
   const item_text::DisplayPosition shown = item_text::ToDisplay(0.0f, 0.0f, 0.0f);
   AppendEntry(objects, [&](Value& entry) {
-    AddUpdateObjectMemberToObject("Type", "Object Type", true, "Bed", entry);
-    AddUpdateObjectMemberToObject("Class", "Object Class", 0, "-", entry);
+    AddItem(item::ObjectType, true, item::ObjectType.table.texts[1], entry);
+    AddItem(item::ContentClass, 0, item::ContentClass.absent, entry);
     AddSpeakerConfigItem(BedLayoutLabel(ed2.bedObjects[bed]), channels, entry);
-    AddUpdateObjectMemberToObject("x", "Object Position x", shown.x, "-", entry);
-    AddUpdateObjectMemberToObject("y", "Object Position y", shown.y, "-", entry);
-    AddUpdateObjectMemberToObject("z", "Object Position z", shown.z, "-", entry);
-    AddUpdateObjectMemberToObject("ChID", "Object ID", 0u, "-", entry);
-    AddUpdateObjectMemberToObject("Source", "Channel ID", 0u, channels, entry);
-    AddUpdateObjectMemberToObject("Gain", "Object Gain", 0.0f, "-", entry);
+    AddItem(item::PositionX, shown.x, item::PositionX.absent, entry);
+    AddItem(item::PositionY, shown.y, item::PositionY.absent, entry);
+    AddItem(item::PositionZ, shown.z, item::PositionZ.absent, entry);
+    AddItem(item::ObjectId, 0u, item::ObjectId.absent, entry);
+    AddItem(item::ChannelId, 0u, channels, entry);
+    AddItem(item::ObjectGain, 0.0f, item::ObjectGain.absent, entry);
   });
 }
 
@@ -224,21 +222,18 @@ void cMetadataJsonPaData::AddDynamicObjectEntry(const dlb_padc_ui_md_ed2_s& ed2,
   const float z = ReadBlockAt<float>(ed2, position + 2 * sizeof(float));
   const uint8_t objectId = static_cast<uint8_t>(object);
   const uint8_t channel = static_cast<uint8_t>(record.channelId + 1);
-  const char* classText = ct::kContentClasses.Find(record.objectClass);
+  const char* classText = item::ContentClass.table.Find(record.objectClass);
 
   AppendEntry(objects, [&](Value& entry) {
-    AddUpdateObjectMemberToObject("Type", "Object Type", false, "Dynamic", entry);
-    AddUpdateObjectMemberToObject("Class", "Object Class", record.objectClass != 0 ? 1 : 0,
-                                  classText ? Text(classText)
-                                            : item_text::Decimal(static_cast<int>(record.objectClass)),
-                                  entry);
-    AddSpeakerConfigItem(kDynamicObjectLayout, "-", entry);
+    AddItem(item::ObjectType, false, item::ObjectType.table.texts[0], entry);
+    AddItem(item::ContentClass, record.objectClass != 0 ? 1 : 0,
+            classText ? Text(classText) : item_text::Decimal(static_cast<int>(record.objectClass)), entry);
+    // A dynamic object is a single full-range source without LFE.
+    AddSpeakerConfigItem(catalogue::text::DynamicObjectLayout, "", entry);
     AddObjectPositionItems(x, y, z, entry);
-    AddUpdateObjectMemberToObject("ChID", "Object ID", unsigned{objectId}, item_text::Decimal(objectId),
-                                  entry);
-    AddUpdateObjectMemberToObject("Source", "Channel ID", unsigned{channel}, item_text::Decimal(channel),
-                                  entry);
-    AddUpdateObjectMemberToObject("Gain", "Object Gain", gain, item_text::TwoDecimals(gain), entry);
+    AddItem(item::ObjectId, unsigned{objectId}, item_text::Decimal(objectId), entry);
+    AddItem(item::ChannelId, unsigned{channel}, item_text::Decimal(channel), entry);
+    AddItem(item::ObjectGain, gain, item_text::TwoDecimals(gain), entry);
   });
 }
 
@@ -248,22 +243,18 @@ void cMetadataJsonPaData::AddBedSource(const dlb_padc_ui_md_ed2_s& ed2, unsigned
   // that no stored value overflows.
   const uint32_t stored = static_cast<uint32_t>(ed2.bedObjects[bed].sourceTarget[source]);
   const int target = static_cast<int>(stored + 1u);
-  const char* name = ct::kSpeakerNames.Find(static_cast<unsigned>(target));
+  const char* name = SpeakerTypes.Find(static_cast<unsigned>(target));
   // Taken from the table as they are, without the object transform.
-  const float* position = ct::SpeakerPosition(static_cast<unsigned>(target));
+  const float* position = catalogue::SpeakerPosition(static_cast<unsigned>(target));
   const float gain = ReadBlockAt<float>(ed2, Ed2BedGainOffset(bed, set));
   const uint8_t number = static_cast<uint8_t>(source + 1);
 
-  AppendEntry(sources, [&](Value& item) {
-    AddUpdateObjectMemberToObject("Target", "Target", target, name ? Text(name) : item_text::Decimal(target),
-                                  item);
-    AddUpdateObjectMemberToObject("Source", "Source", unsigned{number}, item_text::Decimal(number), item);
-    AddUpdateObjectMemberToObject("Gain", "Object Gain", gain, item_text::TwoDecimals(gain), item);
-    AddUpdateObjectMemberToObject("x", "Object Position x", position[0], item_text::TwoDecimals(position[0]),
-                                  item);
-    AddUpdateObjectMemberToObject("y", "Object Position y", position[1], item_text::TwoDecimals(position[1]),
-                                  item);
-    AddUpdateObjectMemberToObject("z", "Object Position z", position[2], item_text::TwoDecimals(position[2]),
-                                  item);
+  AppendEntry(sources, [&](Value& entry) {
+    AddItem(item::SourceTarget, target, name ? Text(name) : item_text::Decimal(target), entry);
+    AddItem(item::SourceNumber, unsigned{number}, item_text::Decimal(number), entry);
+    AddItem(item::ObjectGain, gain, item_text::TwoDecimals(gain), entry);
+    AddItem(item::PositionX, position[0], item_text::TwoDecimals(position[0]), entry);
+    AddItem(item::PositionY, position[1], item_text::TwoDecimals(position[1]), entry);
+    AddItem(item::PositionZ, position[2], item_text::TwoDecimals(position[2]), entry);
   });
 }

@@ -7,13 +7,12 @@
 //   DecStatusDolbyE.cpp    Dolby E: "Programs"
 //   DecStatusAc4.cpp       AC-4: stream, presentation and substream entries
 //   DecStatusEd2.cpp       ED2: one or two stream entries
-// Code-to-text tables live in CodeTables.h, shared texts and value transforms
-// in ItemText.h.
+// Keys, titles, code tables and texts come from the catalogue (Catalogue.def),
+// value transforms from ItemText.h.
 
 #include <string_view>
 #include <utility>
 
-#include "CodeTables.h"
 #include "ItemText.h"
 #include "MetadataJson.h"
 #include "Record/DolbyMetadataRecord.h"
@@ -36,6 +35,7 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // Renders rec into the document and serialises it; always true.
   bool PrepareMetadataJson(const kv_dolby_metadata_t& rec, std::int64_t now);
   // True when rec's codec block differs from the last rendered record's.
+  // Kept as designed; the reader does not call it.
   bool requireUpdate(const kv_dolby_metadata_t& rec) const;
 
   // ---- "StatusInfo" per codec. The ...Object forms find or create the root's
@@ -68,7 +68,10 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   void AddMetadataID(unsigned short id, Value& obj);
 
   // ---- Dolby Digital (Plus): "AtmosInfo" (root object), its "PaObjects",
-  // and the first `count` entries (at most 16) of the root's "Streams".
+  // and the first `count` entries (at most kMaxSubstreams) of the root's
+  // "Streams". The count is the designed interface; the daemon passes 1 (the
+  // main substream, the only one the record describes).
+  static constexpr unsigned kMaxSubstreams = 16;
   void AddDDPAtmosInfoObject(const dlb_padc_ui_md_ddp_s& ddp);
   void AddDDPAtmosInfo(const dlb_padc_ui_md_ddp_s& ddp, Value& atmosInfo);
   void AddDDPObjectsArray(const dlb_padc_ui_md_ddp_s& ddp, Value& exData);
@@ -121,13 +124,13 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // Appends {section.key: {Title, Data index, Desc desc, ExData [entry]}} to
   // sections, the entry filled by fill(Value& entry).
   template <typename Fill>
-  void AppendSection(Value& sections, const code_tables::Section& section, unsigned int index,
+  void AppendSection(Value& sections, const catalogue::Item& section, unsigned int index,
                      std::string_view desc, Fill&& fill) {
     AppendEntry(sections, [&](Value& holder) {
-      AddUpdateObjectMemberToObject(section.key, section.title, index, desc, holder);
+      AddItem(section, index, desc, holder);
       Value::MemberIterator it = holder.FindMember(section.key);
       if (it == holder.MemberEnd()) return;
-      if (Value* exData = FreshArrayMember("ExData", it->value)) {
+      if (Value* exData = FreshArrayMember(catalogue::member::ExData.key, it->value)) {
         AppendEntry(*exData, std::forward<Fill>(fill));
       }
     });
@@ -135,28 +138,33 @@ class cPADMetadataJsonDecStatus : public cMetadataJson {
   // The "Downmixing" items, the same for the substream and a program.
   template <typename Source>
   void AddDownmixingItems(const Source& source, Value& entry) {
-    AddCodedItem(code_tables::kDmixmod, source.dmixmod, entry);
-    AddCodedItem(code_tables::kLtrtcmixlev, source.ltrtcmixlev, entry);
-    AddCodedItem(code_tables::kLtrtsurmixlev, source.ltrtsurmixlev, entry);
-    AddCodedItem(code_tables::kLorocmixlev, source.lorocmixlev, entry);
-    AddCodedItem(code_tables::kLorosurmixlev, source.lorosurmixlev, entry);
+    AddCodedItem(catalogue::item::Dmixmod, source.dmixmod, entry);
+    AddCodedItem(catalogue::item::Ltrtcmixlev, source.ltrtcmixlev, entry);
+    AddCodedItem(catalogue::item::Ltrtsurmixlev, source.ltrtsurmixlev, entry);
+    AddCodedItem(catalogue::item::Lorocmixlev, source.lorocmixlev, entry);
+    AddCodedItem(catalogue::item::Lorosurmixlev, source.lorosurmixlev, entry);
   }
 
   // ---- item writers
   // The item of a coded value: "Data" the code (of type Code, int or
-  // unsigned int), the table text as "Desc", or outside the table the
-  // item's other title and text (the code in decimal without one).
+  // unsigned int), the table text as "Desc", or outside the table the item's
+  // other title and the table's unknown text (the code in decimal without one).
   template <typename Code>
-  void AddCodedItem(const code_tables::CodedItem& item, Code code, Value& obj) {
-    if (const char* text = item.table.Find(static_cast<unsigned>(code))) {
-      AddUpdateObjectMemberToObject(item.key, item.title, code, text, obj);
+  void AddCodedItem(const catalogue::Item& item, Code code, Value& obj) {
+    const unsigned index = static_cast<unsigned>(code);
+    if (const char* text = item.table.Find(index)) {
+      AddItem(item, code, text, obj);
       return;
     }
-    AddUpdateObjectMemberToObject(item.key, item.otherTitle ? item.otherTitle : item.title, code,
-                                  item.otherText ? item_text::Text(item.otherText) : item_text::Decimal(code),
-                                  obj);
+    const char* unknown = item.table.unknown;
+    AddUpdateObjectMemberToObject(item.key, item.TitleOf(index), code,
+                                  unknown ? item_text::Text(unknown) : item_text::Decimal(code), obj);
   }
-  void AddFlagItem(const code_tables::FlagItem& item, int value, Value& obj);
+  // The item of a flag: "Data" value, "Desc" the table's text for zero or for
+  // any other value.
+  void AddFlagItem(const catalogue::Item& item, int value, Value& obj) {
+    AddItem(item, value, item.table.texts[value != 0 ? 1 : 0], obj);
+  }
 
   // ---- Dolby Digital (Plus) substream items that depend on more than their code
   void AddSubstreamDatarate(int datarate, Value& obj);

@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 """Writes the JSON Schemas (draft-04) of the documents plovrestd publishes.
 
-The item tables below follow the renderers (MainBoard/Render) key by key:
-title texts, JSON types and the code tables of the descriptions. Run it after
-a renderer changes; `--check` fails when a committed schema differs.
+Keys, titles, "Data" types, code tables and texts come from the catalogue
+the renderers compile in (MainBoard/Render/Catalogue.def), as JSON:
+docs/reference/catalogue.json, or the build's catalogue.json with --catalogue.
+This file adds the documents' layout and the value ranges. Run it after a
+renderer changes; `--check` fails when a committed schema differs.
 
-    docs/schema/gen-schemas.py [--check]
+    docs/schema/gen-schemas.py [--check] [--catalogue FILE]
     docs/schema/gen-schemas.py --dictionary FILE   only the field dictionary, to FILE
 
 It also writes the field dictionary, docs/reference/fields.md (which
@@ -73,187 +75,184 @@ def const_int(*values):
     return {"type": "integer", "enum": list(values)}
 
 
-def block(title, entry, lo=1, hi=1, extra=None):
-    """An item that carries its entries in "ExData" (the "StatusInfo" frame)."""
-    props = {"Title": {"enum": [title]}, "Data": const_int(0), "Desc": {"enum": [""]},
-             "ExData": arr(entry, lo, hi)}
-    props.update(extra or {})
-    return obj(props)
+# ---- the catalogue: keys, titles, code tables and texts (MainBoard/Render/Catalogue.def)
+def load_catalogue(argv):
+    """The catalogue JSON: --catalogue FILE (the build's catalogue.json), else
+    the committed docs/reference/catalogue.json."""
+    path = HERE.parent / "reference" / "catalogue.json"
+    if "--catalogue" in argv:
+        path = pathlib.Path(argv[argv.index("--catalogue") + 1])
+    return json.loads(path.read_text(encoding="utf-8"))
 
 
-# ---- code tables (MainBoard/Render/CodeTables.cpp)
-ACMOD = ["1+1", "1/0", "2/0", "3/0", "2/1", "3/1", "2/2", "3/2", "3/1/1", "2/2/1", "3/2/1",
-         "3/2/1", "3/0/2", "2/2/2", "2/2/22/2/2", "2/2/2", "3/2/2", "3/2/2", "3/2/2", "3/2/2",
-         "3/2/2", "3/2/2", "2/2/1", "3/2/1", "2/2/2", "3/2/2", "3/2/2", "3/2/2", ""]
-BSMOD = ["Main complete (CM)", "Music and effects (ME)", "Visually impaired (VI)",
-         "Hearing impaired (HI)", "Dialogue (D)", "Commentary (C)", "Emergency (E)",
-         "Voice over (VO)"]
-ROOM = ["Not indicated", "Large", "Small", "Reserved"]
-DSUREX = ["Not Indicated", "Not Dolby Surround EX", "Dolby Surround EX",
-          "Dolby Pro Logic IIz encoded"]
-DMIX = ["Not Indicated", "Lt/Rt", "Lo/Ro", "Dolby Pro Logic II"]
-CMIX = ["+3.0 dB (1.414)", "+1.5 dB (1.189)", "0.0 dB (1.000)", "-1.5 dB (0.841)",
-        "-3.0 dB (0.707)", "-4.5 dB (0.595)", "-6.0 dB (0.500)", "-inf dB (0.000)"]
-SURMIX = ["Reserved", "Reserved", "Reserved", "-1.5 dB (0.841)", "-3.0 dB (0.707)",
-          "-4.5 dB (0.595)", "-6.0 dB (0.500)", "-inf dB (0.000)"]
-TRIMS = ["6.0", "3.0", "1.5", "0.75", "-0.75", "-1.5", "-3.0", "-4.5", "-6.0", "-7.5", "-9.0",
-         "-10.5", "-12.0", "-13.5", "-15.0", "-36.0", "0.0", "Auto"]
-SPEAKERS = ["Stereo", "5.1", "7.1", "5.1.2", "5.1.4", "7.1.4", "9.1.6"]
-COMPR = ["None", "Film Standard", "Film Light", "Music Standard", "Music Light", "Speech",
-         "Not Indicated"]
-BED = ["L", "R", "C", "LFE", "Ls", "Rs", "Lrs", "Rrs", "Lfh", "Rfh", "Ltm", "Rtm", "Lrh", "Rrh",
-       "Lw", "Rw", "LFE2"]
+CAT = load_catalogue(sys.argv)
+TABLES = {t["id"]: t for t in CAT["tables"]}
+ITEMS = {i["id"]: i for i in CAT["items"]}
+MEMBERS = {m["id"]: m for m in CAT["members"]}
+TXT = CAT["texts"]
+DTYPE = {"integer": "i", "number": "n", "boolean": "b", "string": "s"}
+BED = TABLES["SpeakerTypes"]["texts"][1:]
 BED_LIST = "^( (" + "|".join(BED) + "))*$"
-STREAM_TYPES = ["PCM", "Dolby E", "Dolby Digital", "Dolby Digital (Plus)",
-                "Dolby Digital (Plus) / IEC 61937", "ED2", "Dolby AC-4"]
-FRAME_RATES = ["23.98 fps", "24 fps", "25 fps", "29.97 fps", "30 fps"]
+TWO_DECIMALS = r"^-?[0-9]+\.[0-9]{2}$"
+DB = r"^-?[0-9]+\.[0-9]{2} dB$"
 
 
-def code_list(table, other_title=None, other_text=None):
-    """The code table in words, for the field dictionary."""
-    listed = "; ".join("%d %s" % (i, json.dumps(t, ensure_ascii=False)) for i, t in enumerate(table))
-    other = json.dumps(other_text) if other_text is not None else "the code in decimal"
-    title = " (title %s)" % json.dumps(other_title) if other_title else ""
-    return "codes: %s; any other code: %s%s" % (listed, other, title)
+def code_list(t):
+    """A code table in words, for the field dictionary."""
+    if t.get("rule"):
+        return "text chosen by: %s" % t["rule"]
+    codes = t.get("codes") or range(t.get("first", 0), t.get("first", 0) + len(t["texts"]))
+    listed = "; ".join("%d %s" % (c, json.dumps(x, ensure_ascii=False)) for c, x in zip(codes, t["texts"]))
+    other = json.dumps(t["unknown"], ensure_ascii=False) if t["unknown"] is not None else "the code in decimal"
+    return "codes: %s; any other code: %s" % (listed, other)
 
 
-def coded(title, dtype, table, other_title=None, other_text=None):
-    titles = [title] + ([other_title] if other_title else [])
-    doc = code_list(table, other_title, other_text)
-    if other_text is not None:
-        return item(titles, dtype, texts(*table, other_text), doc=doc)
-    return item(titles, dtype, texts(*table, decimal=True), doc=doc)
+def ci(item_id, data=None, doc=None, decimal=None, pattern=None, extra=()):
+    """The schema of a catalogue item: its titles and "Data" type; "Desc" from
+    its table (texts, the unknown text or a decimal), its absent text, extra
+    texts, and decimal / pattern for a description that shows the value."""
+    it = ITEMS[item_id]
+    titles = [it["title"]] + ([it["otherTitle"]] if it["otherTitle"] else [])
+    t = TABLES[it["table"]] if it["table"] else None
+    values = list(extra)
+    notes = []
+    if t:
+        values = t["texts"] + ([t["unknown"]] if t["unknown"] is not None else []) + values
+        if decimal is None:
+            decimal = t["unknown"] is None and not t.get("rule")
+        notes.append(code_list(t))
+        if it["otherTitle"]:
+            notes.append("title %s for a code outside the table" % json.dumps(it["otherTitle"]))
+    if it["absent"] is not None:
+        values.append(it["absent"])
+        notes.append("absent or not applicable: %s" % json.dumps(it["absent"], ensure_ascii=False))
+    if it["unit"]:
+        notes.append("unit: %s" % it["unit"])
+    if doc:
+        notes.insert(0, doc)
+    # Without a table, decimal, pattern or extra texts "Desc" is free text.
+    shown = t or decimal or pattern or extra
+    desc = texts(*values, decimal=bool(decimal), pattern=pattern) if shown else None
+    return item(titles, DTYPE[it["dataType"]], desc, data, "; ".join(notes) or None)
 
 
-def flag(title, on, off):
-    return item(title, "i", texts(on, off), doc="0 %s, any other value %s" % (json.dumps(off), json.dumps(on)))
+def db(item_id):
+    """An item shown in dB with two decimals, "-inf dB" at its floor."""
+    return ci(item_id, pattern=DB, extra=[TXT["MinusInfDb"]])
+
+
+def props(*entries):
+    """Item schemas by their keys: each entry an item id or a (id, schema) pair."""
+    out = {}
+    for e in entries:
+        item_id, schema = (e, ci(e)) if isinstance(e, str) else e
+        out[ITEMS[item_id]["key"]] = schema
+    return out
+
+
+def key(member_id):
+    return MEMBERS[member_id]["key"]
 
 
 # ---- common "StatusInfo" items
 COMMON = {
-    "Type": item("Type", "i", texts(*STREAM_TYPES), {"enum": [0, 1, 16, 21, 24, 28, 60]},
-                 "stream type; \"Data\" is the header's typeId"),
-    "SignalType": item("Signal Type", "i", texts("SDI", "AES"), {"minimum": 0},
-                       "input: \"Data\" 2 is SDI, anything else reads AES"),
-    "Pair": item("Pair", "i", texts(decimal=True), {"minimum": 0},
-                 "channel pair of the input (0 when there is no input type)"),
-    "AtmosPresent": item("Atmos Presence", "b", texts("Yes", "No")),
-    "Atmos": item("Atmos Decode", "i", texts("Enabled", "Disabled"), {"enum": [0, 1]}),
-    "FrameRate": item("Frame rate", "n", texts(*FRAME_RATES, pattern=r"^[0-9]+\.[0-9]{6}$"),
-                      None, "frames per second (the code / 100); \"Desc\" printed with 6 decimals "
-                            "when the code has no text"),
-    "PrgCfg": item("Program configuration", "s", texts("")),
-    "MetadataID": item("Metadata ID", "i", texts(decimal=True), {"minimum": 0, "maximum": 65535}),
+    "StreamType": ci("StreamType", {"enum": [0, 1, 16, 21, 24, 28, 60]}, "\"Data\" is the header's typeId"),
+    "SignalType": ci("SignalType", {"minimum": 0}),
+    "Pair": ci("Pair", {"minimum": 0}, "channel pair of the input (0 when there is no input type)",
+               decimal=True),
+    "AtmosPresent": ci("AtmosPresent"),
+    "AtmosDecode": ci("AtmosDecode", {"enum": [0, 1]}),
+    "FrameRate": ci("FrameRate", None, "frames per second (the code / 100); \"Desc\" printed with 6 "
+                    "decimals when the code has no text", decimal=False, pattern=r"^[0-9]+\.[0-9]{6}$"),
+    "PrgCfg": ci("PrgCfg", extra=[""]),
+    "MetadataID": ci("MetadataID", {"minimum": 0, "maximum": 65535}, decimal=True),
+    "ChannelConfig": ci("ChannelConfig", {"minimum": 0}),
+    "OutputChannelConfig": ci("OutputChannelConfig", {"minimum": 0}),
 }
 
 
-def channel_config(title):
-    return item(title, "i", texts(*SPEAKERS, ""), {"minimum": 0})
+def entry(ids):
+    return obj(props(*((i, COMMON[i]) for i in ids)))
 
 
-def entry(keys, extra=None):
-    props = {k: COMMON[k] for k in keys}
-    props.update(extra or {})
-    return obj(props, list(props))
+def block(block_id, entry, lo=1, hi=1, extra=None):
+    """An item that carries its entries in "ExData" (the "StatusInfo" frame)."""
+    p = {"Title": {"enum": [ITEMS[block_id]["title"]]}, "Data": const_int(0), "Desc": {"enum": [""]},
+         key("ExData"): arr(entry, lo, hi)}
+    p.update(extra or {})
+    return obj(p)
 
 
 def head(type_ids, md=None, programs=None, current=None, streams=None, atmos=True):
     def described(schema, text):
         return dict(schema, description=text)
-    p = {"TS": {"type": "integer", "description": "seconds since the epoch when rendered"},
-         "ProtoVer": {"type": "integer", "description": "record protocol version (19)"},
-         "TypeId": described(const_int(*type_ids), "stream type: 0 PCM, 1 Dolby Digital, 16 Dolby "
-                             "Digital Plus, 21 Dolby Digital Plus over IEC 61937, 24 AC-4, 28 Dolby E, 60 ED2"),
-         "MdId": described({"type": "integer"} if md is None else const_int(*md),
-                           "metadata block of the record: 0 Dolby E, 1 Dolby Digital (Plus), 2 ED2, 3 AC-4"),
-         "NoOfPrograms": described(programs or const_int(0), "programs (Dolby E) or presentations (AC-4)"),
-         "CurrentProgram": described(current or const_int(0),
-                                     "monitored program (Dolby E; 0 all) or shown presentation (AC-4, from 1)")}
+    p = {key("TS"): {"type": "integer", "description": "seconds since the epoch when rendered"},
+         key("ProtoVer"): {"type": "integer", "description": "record protocol version (19)"},
+         key("TypeId"): described(const_int(*type_ids), "stream type: 0 PCM, 1 Dolby Digital, 16 Dolby "
+                                  "Digital Plus, 21 Dolby Digital Plus over IEC 61937, 24 AC-4, 28 Dolby E, 60 ED2"),
+         key("MdId"): described({"type": "integer"} if md is None else const_int(*md),
+                                "metadata block of the record: 0 Dolby E, 1 Dolby Digital (Plus), 2 ED2, 3 AC-4"),
+         key("NoOfPrograms"): described(programs or const_int(0), "programs (Dolby E) or presentations (AC-4)"),
+         key("CurrentProgram"): described(current or const_int(0),
+                                          "monitored program (Dolby E; 0 all) or shown presentation (AC-4, from 1)")}
     if streams:
-        p["NoOfStreams"] = described(streams, "AC-4: presentations; ED2: 2 with the object pair, else 1; Dolby E: 0")
+        p[key("NoOfStreams")] = described(streams, "AC-4: presentations; ED2: 2 with the object pair, else 1; "
+                                          "Dolby E: 0")
     if atmos:
-        p["IsAtmosPresent"] = {"type": "boolean", "description": "object audio decoded and present"}
+        p[key("IsAtmosPresent")] = {"type": "boolean", "description": "object audio decoded and present"}
     return p
 
 
 # ---- PCM
 PCM = obj(dict(head([0], streams=None, atmos=False),
-               StatusInfo=block("Status Information",
-                                entry(["Type", "SignalType", "Pair"],
-                                      {"ChannelConfig": channel_config("Channel Config.")}))),
+               StatusInfo=block("StatusInfoBlock", entry(["StreamType", "SignalType", "Pair", "ChannelConfig"]))),
           doc="PCM (TypeId 0)")
 
 # ---- Dolby Digital (Plus)
-DDP_OBJECT = obj({
-    "Type": item("Object Type", "b", texts("Dynamic"), {"enum": [False]}),
-    "Class": item("Object Class", "i", texts("Unknown", "Dialogue", "Not dialog", "Mixed"),
-                  {"enum": [0, 1]}, "\"Data\" 1 for dialogue, else 0"),
-    "x": item("Object Position x", "n", doc="\"Data\" 2x-1 (-1 left .. 1 right), \"Desc\" x (0..1)"),
-    "y": item("Object Position y", "n", doc="\"Data\" 1-2y (1 front .. -1 back), \"Desc\" y (0..1)"),
-    "z": item("Object Position z", "n", doc="\"Data\" and \"Desc\" z (0..1)"),
-})
-ATMOS_INFO = block("Atmos Object Audio Info", obj({
-    "PaObjects": arr(DDP_OBJECT, 0, 15),
-    "BedObjectConf": item("Bed-object configuration", "i", texts(pattern=BED_LIST),
-                          {"minimum": 0, "maximum": 17}, "count of bed channels; names in \"Desc\""),
-    "ComplexityIndex": item("Complexity index", "i", texts(decimal=True)),
-    "NumDynObjects": item("Dynamic objects", "i", texts(decimal=True), {"minimum": 0},
-                          "as received; \"PaObjects\" lists at most 15"),
-    "SurroundTrim": coded("Surround trim (in dB)", "i", TRIMS, other_text="-"),
-    "HeightTrim": coded("Height trim (in dB)", "i", TRIMS, other_text="-"),
-}))
+DDP_OBJECT = obj(props(
+    ("ObjectType", ci("ObjectType", {"enum": [False]}, extra=[])),
+    ("DialogueClass", ci("DialogueClass", {"enum": [0, 1]}, "\"Data\" 1 for dialogue, else 0")),
+    ("PositionX", ci("PositionX", doc="\"Data\" 2x-1 (-1 left .. 1 right), \"Desc\" x (0..1)",
+                     pattern=TWO_DECIMALS)),
+    ("PositionY", ci("PositionY", doc="\"Data\" 1-2y (1 front .. -1 back), \"Desc\" y (0..1)",
+                     pattern=TWO_DECIMALS)),
+    ("PositionZ", ci("PositionZ", doc="\"Data\" and \"Desc\" z (0..1)", pattern=TWO_DECIMALS))))
+ATMOS_INFO = block("AtmosInfoBlock", obj(dict({key("PaObjects"): arr(DDP_OBJECT, 0, 15)}, **props(
+    ("BedObjectConf", item(ITEMS["BedObjectConf"]["title"], "i", texts(pattern=BED_LIST),
+                           {"minimum": 0, "maximum": 17}, "count of bed channels; names in \"Desc\"")),
+    ("ComplexityIndex", ci("ComplexityIndex", decimal=True)),
+    ("NumDynObjects", ci("NumDynObjects", {"minimum": 0}, "as received; \"PaObjects\" lists at most 15",
+                         decimal=True)),
+    "SurroundTrim", "HeightTrim"))))
 
 
-def section(key, title, desc, items):
-    return obj({key: obj({"Title": {"enum": [title]}, "Data": {"type": "integer", "minimum": 0},
-                          "Desc": desc, "ExData": arr(obj(items), 1, 1)})})
-
-
-def downmixing():
-    return {
-        "Dmixmod": coded("Preferred Downmix", "i", DMIX, "Preferred Downmix code"),
-        "Ltrtcmixlev": coded("Lt/Rt Center Downmix", "i", CMIX),
-        "Ltrtsurmixlev": coded("Lt/Rt Surround Downmix", "i", SURMIX),
-        "Lorocmixlev": coded("Lo/Ro Center Downmix", "i", CMIX),
-        "Lorosurmixlev": coded("Lo/Ro Surround Downmix", "i", SURMIX),
-    }
+def section(section_id, desc, items):
+    it = ITEMS[section_id]
+    return obj({it["key"]: obj({"Title": {"enum": [it["title"]]}, "Data": {"type": "integer", "minimum": 0},
+                                "Desc": desc, key("ExData"): arr(obj(items), 1, 1)})})
 
 
 def sections(desc, bitstream, informational):
     return {"type": "array", "minItems": 3, "maxItems": 3, "items": [
-        section("BitstreamInfo", "Bitstream Info", desc, bitstream),
-        section("Informational", "Informational", desc, informational),
-        section("Downmixing", "Downmixing", desc, downmixing())],
+        section("BitstreamInfo", desc, bitstream),
+        section("Informational", desc, informational),
+        section("Downmixing", desc, props("Dmixmod", "Ltrtcmixlev", "Ltrtsurmixlev", "Lorocmixlev",
+                                          "Lorosurmixlev"))],
         "additionalItems": False}
 
 
-ACMOD_ITEM = coded("Audio coding mode", "i", ACMOD, "Audio coding mode code")
-COMMON_INFO = {
-    "Roomtyp": coded("Room type", "i", ROOM, "Room type code"),
-    "Copyrightb": flag("Copyright bit", "Copyright protected", "Not copyright protected"),
-    "Origbs": flag("Original bitstream", "Original bitstream", "Not original bitstream"),
-    "Dsurexmod": coded("Dolby Surround EX", "i", DSUREX),
-}
-MIXLEVEL = coded("Mix level (in dB)", "i", ["Not Indicated"])
-SUBSTREAM = sections(texts("Main"), {
-    "Bsid": item("Bitstream Id", "i", texts(decimal=True)),
-    "Datarate": item("Data rate (kbps)", "i", texts("-", decimal=True)),
-    "Acmod": ACMOD_ITEM,
-    "Lfeon": flag("LFE Channel", "Enabled", "Disabled"),
-    "Dialnorm": item("Dialnorm (in dB)", "i", texts(decimal=True)),
-}, {
-    "Bsmod": coded("Bitstream mode", "i", BSMOD, "Bitstream mode code"),
-    "Dsurmod": item(["Dolby Surround", "Dolby surround code"], "i",
-                    texts("-", "Not Indicated", "Dolby surround encoded", "Reserved", decimal=True),
-                    doc="meaningful only with Acmod 2 (2/0); otherwise \"Desc\" is \"-\""),
-    "Mixlevel": MIXLEVEL,
-    **{k: COMMON_INFO[k] for k in ["Roomtyp", "Copyrightb", "Origbs", "Dsurexmod"]},
-    "Adconvtyp": flag("A/D converter", "HDCD", "Standard"),
-})
+DIALNORM = ("Dialnorm", ci("Dialnorm", decimal=True))
+COMMON_INFO = ["Roomtyp", "Copyrightb", "Origbs", "Dsurexmod"]
+SUBSTREAM = sections(texts(TXT["MainSubstream"]), props(
+    ("Bsid", ci("Bsid", decimal=True)),
+    ("Datarate", ci("Datarate", decimal=True)),
+    "Acmod", "Lfeon", DIALNORM), props(
+    "Bsmod",
+    ("SubstreamDsurmod", ci("SubstreamDsurmod", doc="meaningful only with Acmod 2 (2/0)")),
+    "Mixlevel", *COMMON_INFO, "Adconvtyp"))
 DDP = obj(dict(head([1, 16, 21]),
-               StatusInfo=block("Status Information",
-                                entry(["Type", "AtmosPresent", "SignalType", "Pair"],
-                                      {"ChannelConfig": channel_config("Output Speaker Config.")})),
+               StatusInfo=block("StatusInfoBlock",
+                                entry(["StreamType", "AtmosPresent", "SignalType", "Pair", "OutputChannelConfig"])),
                AtmosInfo=ATMOS_INFO,
                Streams=arr(SUBSTREAM, 1, 1)),
           required=["TS", "ProtoVer", "TypeId", "MdId", "NoOfPrograms", "CurrentProgram",
@@ -261,121 +260,77 @@ DDP = obj(dict(head([1, 16, 21]),
           doc="Dolby Digital (Plus) (TypeId 1, 16, 21); \"AtmosInfo\" when IsAtmosPresent")
 
 # ---- Dolby E
-PROGRAM = sections(texts(decimal=True), {
-    "Dialnorm": item("Dialnorm (in dB)", "i", texts(decimal=True)),
-    "Acmod": ACMOD_ITEM,
-    "Lfeon": flag("LFE Channel", "Enabled", "Disabled"),
-}, {
-    "Bsmod": coded("Bitstream mode", "i", BSMOD, "Bitstream mode code"),
-    "Bwlpfon": flag("LFE Lowpass filter", "Enabled", "Disabled"),
-    "Cmixlev": coded("Center mix level", "i", ["-3.0 dB", "-4.5 dB", "-6.0 dB"]),
-    "Surmixlev": coded("Surround mix level", "i", ["-3.0 dB", "-6.0 dB", "-inf dB"]),
-    "RFPrEmphOn": flag("RF overmodulation protection", "Enabled", "Disabled"),
-    "Dsurmod": coded("Dolby Surround mode", "i",
-                     ["Not Indicated", "Not Dolby Surround", "Dolby Surround", "Reserved"],
-                     "Dolby surround code"),
-    "Audprodie": flag("Production Info", "Yes", "No"),
-    "Mixlevel": MIXLEVEL,
-    **COMMON_INFO,
-    "Compr1": coded("RF mode compression profile", "i", COMPR, "RF mode compression profile code"),
-    "Dynrng1": item(["Dynamic mode compression profile", "Dynamic mode compression profile code"],
-                    "i", texts(*COMPR, "Unknown", decimal=True),
-                    doc="\"Data\" 65535 reads \"Unknown\""),
-})
+PROGRAM = sections(texts(decimal=True), props(DIALNORM, "Acmod", "Lfeon"), props(
+    "Bsmod", "Bwlpfon", "Cmixlev", "Surmixlev", "RfPrEmph", "ProgramDsurmod", "Audprodie", "Mixlevel",
+    *COMMON_INFO, "ComprProfile", ("DynrngProfile", ci("DynrngProfile", doc="\"Data\" 65535 reads \"Unknown\""))))
 DOLBYE = obj(dict(head([28], programs={"type": "integer", "minimum": 0, "maximum": 255},
                        current={"type": "integer", "minimum": 0, "maximum": 255},
                        streams=const_int(0)),
-                  StatusInfo=block("Status Information", entry(
-                      ["Type", "FrameRate"],
-                      {"BitDepth": item("Bit depth", "i", texts("16 bits", "20 bits")),
-                       "PrgCfg": COMMON["PrgCfg"],
-                       "PrgCount": item("Program count", "i", texts(decimal=True), {"minimum": 0}),
-                       "SignalType": COMMON["SignalType"], "Pair": COMMON["Pair"],
-                       "MonitorPrg": item("Selected Program", "i",
-                                          texts("All Programs", decimal=True), {"minimum": 0})})),
+                  StatusInfo=block("StatusInfoBlock", obj(dict(
+                      props(("StreamType", COMMON["StreamType"]), ("FrameRate", COMMON["FrameRate"])),
+                      **props("BitDepth", ("PrgCfg", COMMON["PrgCfg"]),
+                              ("PrgCount", ci("PrgCount", {"minimum": 0}, decimal=True)),
+                              ("SignalType", COMMON["SignalType"]), ("Pair", COMMON["Pair"]),
+                              ("MonitorPrg", ci("MonitorPrg", {"minimum": 0})))))),
                   Programs=arr(PROGRAM, 0, 16)),
              doc="Dolby E (TypeId 28); \"Programs\" lists at most 16 of NoOfPrograms")
 
-# ---- AC-4 (MainBoard/Render/Ac4PadUi.cpp tables; many descriptions are dB texts)
-AC4_STREAM = obj({
-    "AC4AverageBitrate": item("Average bit rate", "i"),
-    "AC4UpperBitrate": item("Upper bit rate", "i"),
-    "AC4MaxUpperBitrate": item("Maximum bit rate", "i"),
-    "AC4FrameRate": item("Frame rate", "i", data={"minimum": 0, "maximum": 255}),
-    "AC4IFrameInterval": item("I-frame interval", "i", texts(pattern="^[0-9]+ frames$")),
-    "AC4BitstreamVersion": item("Bitstream version", "i", texts(decimal=True)),
-    "AC4PresentationCount": item("Number of presentations", "i", texts(decimal=True),
-                                 {"minimum": 0, "maximum": 16}),
-    "AC4NumSubstreams": item("Number of audio substreams", "i", texts(decimal=True),
-                             {"minimum": 0, "maximum": 255}),
-    "AC4CrcErrors": item("CRC errors", "i", texts("CRC error detected", "No CRC error detected")),
-    "AC4ActivePresentation": item("Active presentation", "i", texts(decimal=True),
-                                  {"minimum": 0, "maximum": 16}),
-    "AC4OutputRefLevel": item("Output reference level", "n"),
-    "AC4AppliedDeGain": item("Applied dialogue enhancement gain", "i"),
-    "AC4DeGainLimit": item("Dialogue enhancement gain limit", "i"),
-    "AC4ChannelConfig": item("Decoder output - active channel configuration", "i",
-                             texts("2.0", "5.1", "5.1.2", "5.1.4", "Unknown")),
-    "ChannelConfig": item("Speaker configuration", "i",
-                          texts("Stereo", "5.1", "5.1.4", "5.1.2", "Unknown")),
-    "AtmosPresent": COMMON["AtmosPresent"],
-    "SignalType": COMMON["SignalType"],
-    "Pair": COMMON["Pair"],
-})
-DRC_MODES = ["Home theater AVR", "Flat panel TV", "Portable speakers", "Portable headphones"]
-AC4_PRESENTATION = obj(dict({
-    "Summary": item("Presentation summary", "s"),
-    "Id": item("Presentation ID", "i", texts(decimal=True)),
-    "SubIds": item("Substream IDs", "i", data={"minimum": 0, "maximum": 255}),
-    "Level": item("Presentation level", "i", texts(decimal=True)),
-    "Lang": item("Language", "s"),
-    "Atmos": item("Dolby Atmos presence", "i"),
-    "Dialnorm": item("Dialogue normalization", "n"),
-    "LoudSum": item("Loudness summary", "s"),
-    "LoudReg": item("Loudness regulation type", "i"),
-    "LoudCorr": item("Loudness correction type", "i"),
-    "Gate": item("Gating type", "i"),
-    "TruePk": item("True peak", "n"),
-    "St3s": item("Short-term loudness (3s)", "n"),
-    "Eac3Drc": item("E-AC-3 DRC profile", "i"),
-}, **{"DrcMode%d" % k: item(DRC_MODES[k], "i") for k in range(4)}, **{
-    "Duck": item("Main audio ducking level", "n"),
-    "DlgGain": item("Dialogue gain", "n"),
-    "AdGain": item("Audio Description gain", "n"),
-    "MeGain": item("Music and Effects gain", "n"),
-    "CmGain": item("Complete Main gain", "n"),
-    "LoRoC": item("Lo/Ro center mix gain", "i"),
-    "LoRoS": item("Lo/Ro surround mix gain", "i"),
-    "LtRtC": item("Lt/Rt center mix gain", "i"),
-    "LtRtS": item("Lt/Rt surround mix gain", "i"),
-    "LfeMix": item("LFE mix gain", "n"),
-    "PrefDmx": item("Preferred downmix mode", "i"),
-    "TfTgt": item("5.1.4 to 5.1 top front target", "i"),
-    "TfGain": item("5.1.4 to 5.1 top front mix gain", "i"),
-    "TbTgt": item("5.1.4 to 5.1 top back target", "i"),
-    "TbGain": item("5.1.4 to 5.1 top back mix gain", "i"),
-}))
-AC4_SUBSTREAM = obj({
-    "Summary": item("Substream summary", "s"),
-    "Id": item("Substream ID", "i", texts(decimal=True), {"minimum": 0, "maximum": 63}),
-    "ChCfg": item("Channel configuration", "s"),
-    "Obj": item("Object coded", "i", texts("True", "False")),
-    "DlgMax": item("Maximum Dialogue gain", "i"),
-    "DeMax": item("Dialogue enhancement gain limit", "i"),
-})
+# ---- AC-4 (many descriptions are dB texts)
+AC4_STREAM = obj(props(
+    ("Ac4AverageBitrate", ci("Ac4AverageBitrate", pattern="^-?[0-9]+ kbps$")),
+    ("Ac4UpperBitrate", ci("Ac4UpperBitrate", pattern="^-?[0-9]+ kbps$")),
+    ("Ac4MaxUpperBitrate", ci("Ac4MaxUpperBitrate", pattern="^-?[0-9]+ kbps$")),
+    ("Ac4FrameRate", ci("Ac4FrameRate", {"minimum": 0, "maximum": 255})),
+    ("Ac4IFrameInterval", ci("Ac4IFrameInterval", pattern="^[0-9]+ frames$")),
+    ("Ac4BitstreamVersion", ci("Ac4BitstreamVersion", decimal=True)),
+    ("Ac4PresentationCount", ci("Ac4PresentationCount", {"minimum": 0, "maximum": 16}, decimal=True)),
+    ("Ac4NumSubstreams", ci("Ac4NumSubstreams", {"minimum": 0, "maximum": 255}, decimal=True)),
+    "Ac4CrcErrors",
+    ("Ac4ActivePresentation", ci("Ac4ActivePresentation", {"minimum": 0, "maximum": 16}, decimal=True)),
+    ("Ac4OutputRefLevel", db("Ac4OutputRefLevel")),
+    ("Ac4AppliedDeGain", db("Ac4AppliedDeGain")),
+    "Ac4DeGainLimit", "Ac4ChannelConfig", "Ac4SpeakerConfig",
+    ("AtmosPresent", COMMON["AtmosPresent"]), ("SignalType", COMMON["SignalType"]), ("Pair", COMMON["Pair"])))
+DRC_MODE = ITEMS["Ac4DrcMode"]
+AC4_PRESENTATION = obj(dict(props(
+    "Ac4PresSummary",
+    ("Ac4PresId", ci("Ac4PresId", decimal=True)),
+    ("Ac4SubIds", ci("Ac4SubIds", {"minimum": 0, "maximum": 255}, pattern="^-?[0-9]+(, -?[0-9]+)*$")),
+    ("Ac4Level", ci("Ac4Level", decimal=True)),
+    "Ac4Lang", "Ac4Atmos",
+    ("Ac4Dialnorm", db("Ac4Dialnorm")),
+    "Ac4LoudSum", "Ac4LoudReg", "Ac4LoudCorr", "Ac4Gate",
+    ("Ac4TruePk", db("Ac4TruePk")),
+    ("Ac4St3s", db("Ac4St3s")),
+    "Ac4Eac3Drc"), **{
+    "%s%d" % (DRC_MODE["key"], k): dict(ci("Ac4DrcMode"), properties=dict(
+        ci("Ac4DrcMode")["properties"], Title={"enum": [TABLES["DrcDecoderModes"]["texts"][k]]}))
+    for k in range(4)}, **props(
+    ("Ac4Duck", db("Ac4Duck")),
+    ("Ac4DlgGain", db("Ac4DlgGain")),
+    ("Ac4AdGain", db("Ac4AdGain")),
+    ("Ac4MeGain", db("Ac4MeGain")),
+    ("Ac4CmGain", db("Ac4CmGain")),
+    "Ac4LoRoC", "Ac4LoRoS", "Ac4LtRtC", "Ac4LtRtS",
+    ("Ac4LfeMix", db("Ac4LfeMix")),
+    "Ac4PrefDmx", "Ac4TfTgt", "Ac4TfGain", "Ac4TbTgt", "Ac4TbGain")))
+AC4_SUBSTREAM = obj(props(
+    "Ac4SubSummary",
+    ("Ac4SubId", ci("Ac4SubId", {"minimum": 0, "maximum": 63}, decimal=True)),
+    "Ac4ChCfg", "Ac4Obj", "Ac4DlgMax", "Ac4DeMax"))
 AC4 = obj(dict(head([24], programs={"type": "integer", "minimum": 0, "maximum": 16},
                     current={"type": "integer", "minimum": 0, "maximum": 16},
                     streams={"type": "integer", "minimum": 0, "maximum": 16}),
-               StatusInfo=block("Extended Metadata Details", AC4_STREAM, extra={
-                   "Presentations": arr(AC4_PRESENTATION, 0, 16),
-                   "Substreams": arr(AC4_SUBSTREAM, 0, 64)})),
+               StatusInfo=block("Ac4StatusInfoBlock", AC4_STREAM, extra={
+                   key("Ac4Presentations"): arr(AC4_PRESENTATION, 0, 16),
+                   key("Ac4Substreams"): arr(AC4_SUBSTREAM, 0, 64)})),
           doc="AC-4 (TypeId 24)")
 
 # ---- ED2
-ED2_ENTRY = entry(["Type", "FrameRate", "MetadataID", "PrgCfg", "Atmos", "SignalType", "Pair"],
-                  {"ChannelConfig": channel_config("Output Speaker Config.")})
+ED2_ENTRY = entry(["StreamType", "FrameRate", "MetadataID", "PrgCfg", "AtmosDecode", "SignalType", "Pair",
+                   "OutputChannelConfig"])
 ED2 = obj(dict(head([60], streams=const_int(1, 2)),
-               StatusInfo=block("Status Information", ED2_ENTRY, 1, 2)),
+               StatusInfo=block("StatusInfoBlock", ED2_ENTRY, 1, 2)),
           doc="ED2 (TypeId 60); a second \"ExData\" entry (the next pair) when IsAtmosPresent")
 
 EMPTY = {"type": "object", "maxProperties": 0,
@@ -393,50 +348,45 @@ STATUS = dict({"$schema": DRAFT, "title": "Decoder status document",
               **keyed([PCM, DDP, AC4, DOLBYE, ED2]))
 
 # ---- ED2 presentation and object document (MainBoard/Render/MetadataJsonPaData.cpp)
-SPEAKER_TYPES = ["-"] + BED
-PA_CLASSES = ["Not indicated", "Dialogue", "Music", "Effects", "Music and effects", "Commentary",
-              "Audio description", "Emergency", "Voice over"]
-DASH = texts("-")
-PA_OBJECT = obj({
-    "Type": item("Object Type", "b", texts("Bed", "Dynamic"), doc="true for a bed entry"),
-    "Class": item("Object Class", "i", texts(*PA_CLASSES, "-", decimal=True), {"enum": [0, 1]}),
-    "SpeakerConfig": item("Speaker Config", "s", texts("-", pattern=BED_LIST),
-                          {"pattern": r"^(1\.0|[0-9]+-[0-9]+)$"},
-                          "\"Data\" \"1.0\" for a dynamic object, \"<full-range>-<LFE>\" for a bed"),
-    "x": item("Object Position x", "n", texts("-", pattern=r"^-?[0-9]+\.[0-9]{2}$")),
-    "y": item("Object Position y", "n", texts("-", pattern=r"^-?[0-9]+\.[0-9]{2}$")),
-    "z": item("Object Position z", "n", texts("-", pattern=r"^-?[0-9]+\.[0-9]{2}$")),
-    "ChID": item("Object ID", "i", texts("-", decimal=True), {"minimum": 0, "maximum": 255}),
-    "Source": item("Channel ID", "i", texts(decimal=True, pattern=BED_LIST),
-                   {"minimum": 0, "maximum": 255}),
-    "Gain": item("Object Gain", "n", texts("-", pattern=r"^-?[0-9]+\.[0-9]{2}$")),
-})
-TWO = texts(pattern=r"^-?[0-9]+\.[0-9]{2}$")
-BED_SOURCE = obj({
-    "Target": item("Target", "i", texts(*SPEAKER_TYPES, decimal=True)),
-    "Source": item("Source", "i", texts(decimal=True), {"minimum": 1, "maximum": 255}),
-    "Gain": item("Object Gain", "n", TWO),
-    "x": item("Object Position x", "n", TWO, {"enum": [-1, 0, 1]}),
-    "y": item("Object Position y", "n", TWO, {"enum": [-1, 0, 1]}),
-    "z": item("Object Position z", "n", TWO, {"enum": [0, 1]}),
-})
-PA_BED = {"type": "object", "additionalProperties": False, "properties": {
-    "SpeakerConfig": PA_OBJECT["properties"]["SpeakerConfig"],
-    "NoSources": item("No. of Sources", "i", texts(decimal=True)),
-    "Sources": arr(BED_SOURCE)},
+POSITION = dict(pattern=TWO_DECIMALS)
+PA_OBJECT = obj(props(
+    ("ObjectType", ci("ObjectType", doc="true for a bed entry")),
+    ("ContentClass", ci("ContentClass", {"enum": [0, 1]})),
+    ("SpeakerConfig", item(ITEMS["SpeakerConfig"]["title"], "s", texts(ITEMS["SpeakerConfig"]["absent"],
+                                                                       pattern=BED_LIST),
+                           {"pattern": r"^(1\.0|[0-9]+-[0-9]+)$"},
+                           "\"Data\" %s for a dynamic object, \"<full-range>-<LFE>\" for a bed"
+                           % json.dumps(TXT["DynamicObjectLayout"]))),
+    ("PositionX", ci("PositionX", **POSITION)),
+    ("PositionY", ci("PositionY", **POSITION)),
+    ("PositionZ", ci("PositionZ", **POSITION)),
+    ("ObjectId", ci("ObjectId", {"minimum": 0, "maximum": 255}, decimal=True)),
+    ("ChannelId", item(ITEMS["ChannelId"]["title"], "i", texts(decimal=True, pattern=BED_LIST),
+                       {"minimum": 0, "maximum": 255})),
+    ("ObjectGain", ci("ObjectGain", **POSITION))))
+TWO = texts(pattern=TWO_DECIMALS)
+BED_SOURCE = obj(props(
+    "SourceTarget",
+    ("SourceNumber", ci("SourceNumber", {"minimum": 1, "maximum": 255}, decimal=True)),
+    ("ObjectGain", item(ITEMS["ObjectGain"]["title"], "n", TWO)),
+    ("PositionX", item(ITEMS["PositionX"]["title"], "n", TWO, {"enum": [-1, 0, 1]})),
+    ("PositionY", item(ITEMS["PositionY"]["title"], "n", TWO, {"enum": [-1, 0, 1]})),
+    ("PositionZ", item(ITEMS["PositionZ"]["title"], "n", TWO, {"enum": [0, 1]}))))
+PA_BED = {"type": "object", "additionalProperties": False, "properties": dict(props(
+    ("SpeakerConfig", PA_OBJECT["properties"]["SpeakerConfig"]),
+    ("NoSources", ci("NoSources", decimal=True))), **{key("Sources"): arr(BED_SOURCE)}),
     "description": "the first bed the presentation includes; empty when none"}
 PRESENTATION = dict({"$schema": DRAFT, "title": "ED2 presentation and object document",
                      "description": "Published on \"DolbyPAData>>\" for ED2 streams."},
                     oneOf=[obj({
-                        "TS": {"type": "integer"},
-                        "NoPresentations": {"type": "integer", "minimum": 0, "maximum": 16},
-                        "ActivePANo": {"type": "integer"},
-                        "ActivePAName": {"type": "string"},
-                        "Presentations": arr(obj({
-                            "Name": item("Name", "b", data={"enum": [True]},
-                                         doc="\"Data\" is always true; the name is \"Desc\""),
-                            "PaObjects": arr(PA_OBJECT),
-                            "PaBed": PA_BED}), 1, 16)},
+                        key("TS"): {"type": "integer"},
+                        key("NoPresentations"): {"type": "integer", "minimum": 0, "maximum": 16},
+                        key("ActivePANo"): {"type": "integer"},
+                        key("ActivePAName"): {"type": "string"},
+                        key("Presentations"): arr(obj(dict(props(
+                            ("PresentationName", ci("PresentationName", {"enum": [True]},
+                                                    "\"Data\" is always true; the name is \"Desc\""))),
+                            **{key("PaObjects"): arr(PA_OBJECT), key("PaBed"): PA_BED})), 1, 16)},
                         ["TS", "NoPresentations", "ActivePANo", "ActivePAName"]), EMPTY])
 
 DECODER_STATE = {"$schema": DRAFT, "title": "Decoder state message",
@@ -575,8 +525,8 @@ def dictionary():
 
 
 def main():
-    if sys.argv[1:2] == ["--dictionary"] and len(sys.argv) == 3:  # for gen-reference-docs.sh
-        pathlib.Path(sys.argv[2]).write_text(dictionary(), encoding="utf-8")
+    if "--dictionary" in sys.argv:  # for gen-reference-docs.sh
+        pathlib.Path(sys.argv[sys.argv.index("--dictionary") + 1]).write_text(dictionary(), encoding="utf-8")
         return 0
     check = "--check" in sys.argv[1:]
     stale = []

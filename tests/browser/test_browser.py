@@ -8,23 +8,26 @@ restarts; saves a screenshot of the ED2 view. Exit 0 passed, 1 failed, 77 skippe
 import argparse, json, os, signal, socket, subprocess, sys, tempfile, time
 
 PORT = 8080
-SPEAKERS = "L R C LFE Ls Rs Lrs Rrs Lfh Rfh Ltm Rtm Lrh Rrh Lw Rw LFE2".split()
-DIALOGUE_CLASS = {"dialogue": "Dialogue", "not-dialogue": "Not dialog", "mixed": "Mixed"}
+# The scenario's names of the DD+ object classes, by their codes.
+DIALOGUE_CODE = {"dialogue": 1, "not-dialogue": 2, "mixed": 3}
 STEPS = [{"label": "ddp", "use": "ddp", "hold": 2},
          {"label": "nan", "use": "ddp", "hold": 1, "record": {"ddp": {"objects": [None, {"x": "nan"}]}}},
          {"label": "ed2", "use": "ed2", "hold": 4}]
 STOP_AT, PRESET_AT = 25, 27  # seconds: decode stop, then Dolby Preset
 
 
-def expected(scenarios):
-    """Markers and table values the page must show, from the built-in scenarios."""
+def expected(scenarios, build):
+    """Markers and table values the page must show, from the built-in scenarios
+    and the catalogue of texts the build writes."""
+    tables = {t["id"]: t["texts"] for t in json.load(open(os.path.join(build, "catalogue.json")))["tables"]}
+    speakers = tables["SpeakerTypes"][1:]
     ddp = json.load(open(os.path.join(scenarios, "ddp.json")))["record"]["ddp"]
     ed2 = json.load(open(os.path.join(scenarios, "ed2.json")))["record"]["ed2"]
-    names = lambda flags: [SPEAKERS[i] for i, f in enumerate(flags) if f]
+    names = lambda flags: [speakers[i] for i, f in enumerate(flags) if f]
     # Documents carry x as 2x - 1 and y as 1 - 2y of the record's 0..1 values.
     pos = lambda p: (round(2 * p[0] - 1, 6), round(1 - 2 * p[1], 6), round(p[2], 6))
     dd = {"objects": [pos((o["x"], o["y"], o["z"])) for o in ddp["objects"][:ddp["numDynObjects"]]],
-          "classes": [DIALOGUE_CLASS[o["dialogueClass"]] for o in ddp["objects"][:ddp["numDynObjects"]]],
+          "classes": [tables["ObjectClasses"][DIALOGUE_CODE[o["dialogueClass"]]] for o in ddp["objects"][:ddp["numDynObjects"]]],
           "beds": names(ddp["bedChannels"]), "cell": ("AtmosInfo.NumDynObjects", str(ddp["numDynObjects"]))}
     presentations = []
     for pa in ed2["presentations"]:
@@ -113,7 +116,7 @@ def main():
     except (ImportError, AssertionError):
         print("browser test: chromium, chromium-driver or python3-selenium missing (scripts/install-deps.sh)")
         return 1 if os.environ.get("CI") == "true" else 77
-    dd, presentations, ed2_cell = expected(args.scenarios)
+    dd, presentations, ed2_cell = expected(args.scenarios, args.build_dir)
 
     run = Run(os.path.abspath(args.build_dir))
     scenario = os.path.join(run.tmp, "scenario.json")

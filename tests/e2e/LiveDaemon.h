@@ -11,7 +11,7 @@
 #include <string>
 
 #include "DaemonHarness.h"
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "RecordFactory.h"
 #include "scenario/Scenario.h"

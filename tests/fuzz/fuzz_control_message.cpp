@@ -8,14 +8,14 @@
 #include "FuzzSupport.h"
 #include "JsonParseHbMonMessages.h"
 #include "Logger.h"
-#include "Messaging/DlbSubHandler.h"
-#include "Messaging/JsonParser.h"
-#include "Messaging/Topics.h"
-#include "Reader/DlbStatusSubx.h"
+#include "Control/DlbSubHandler.h"
+#include "Control/JsonParser.h"
+#include "Shared/Topics.h"
+#include "Shared/ReaderSwitches.h"
 
 namespace {
 
-using S = cDlbStatusSubx;
+using S = cDlbStatusSwitches;
 constexpr auto kRelaxed = std::memory_order_relaxed;
 
 struct Shared { bool zoom, sys, detected; int source, zp, next; int64_t factor; };

@@ -20,8 +20,8 @@
 
 #include "DaemonHarness.h"
 #include "JsonParseHbMonMessages.h"
-#include "Messaging/MetadataPublisher.h"
-#include "Messaging/PubHandler.h"
+#include "Publish/MetadataPublisher.h"
+#include "Publish/PubHandler.h"
 #include "MqPubHandler.h"
 #include "MqSubHandler.h"
 #include "Reader/DlbStatusSubx.h"
@@ -334,59 +334,6 @@ TEST_F(MetadataPublisherTest, FailedBindIsLoggedAndLeavesAnUnboundSocket) {
   ASSERT_NE(pub_->mpSock, nullptr);
   EXPECT_TRUE(pub_->SendJson(pub_->mpSock, "DolbyMetadataGrp", "{}")) << "sends go nowhere";
   EXPECT_EQ(pub_->miSlot, 1);
-}
-
-// The three raw senders share one algorithm over their own frame pair: empty
-// input is refused, the first send allocates (and says so), later sends reuse.
-TEST_F(MetadataPublisherTest, RawSendersRejectEmptyInputAndReuseTheirFrames) {
-  const struct {
-    bool (DlbPubHandler::*send)(const char*, unsigned int, const unsigned char*, unsigned int);
-    zframe_t* DlbPubHandler::*topicFrame;
-    zframe_t* DlbPubHandler::*dataFrame;
-    const char* allocationLines;
-  } cases[] = {
-      {&DlbPubHandler::SendMetadata, &DlbPubHandler::mpMetadataTopicFrame, &DlbPubHandler::mpMetadataFrame,
-       "Allocated Metadata Topic Frame\nAllocated Metadata Frame\n"},
-      {&DlbPubHandler::SendPAData, &DlbPubHandler::mpPATopicFrame, &DlbPubHandler::mpPAFrame,
-       "Allocated PA Topic Frame\nAllocated PA data Frame\n"},
-      {&DlbPubHandler::SendLUData, &DlbPubHandler::mpLUTopicFrame, &DlbPubHandler::mpLUFrame,
-       "Allocated LU Topic Frame\nAllocated LU data Frame\n"},
-  };
-  Init(0);
-  ASSERT_TRUE(Subscribe());
-  const unsigned char payload[] = {'a', 0, 'b', 0xFF, 0};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.allocationLines);
-    auto send = [&](const char* topic, unsigned topicLen, const unsigned char* data, unsigned dataLen) {
-      return (pub_->*c.send)(topic, topicLen, data, dataLen);
-    };
-    CaptureStdout();
-    EXPECT_FALSE(send(nullptr, 3, payload, 5));
-    EXPECT_FALSE(send("Top", 0, payload, 5));
-    EXPECT_FALSE(send("Top", 3, nullptr, 5));
-    EXPECT_FALSE(send("Top", 3, payload, 0));
-    EXPECT_EQ(GetCapturedStdout(), "");
-    EXPECT_EQ(pub_->*c.topicFrame, nullptr);
-    EXPECT_EQ(pub_->*c.dataFrame, nullptr);
-
-    // Only topicLen bytes of the topic go out; the data may hold NULs.
-    CaptureStdout();
-    EXPECT_TRUE(send("TopicXYZ", 5, payload, sizeof(payload)));
-    EXPECT_EQ(GetCapturedStdout(), c.allocationLines);
-    EXPECT_EQ(RecvFrames(sub_),
-              (Frames{"Topic", std::string(reinterpret_cast<const char*>(payload), sizeof(payload))}));
-
-    zframe_t* const topicFrame = pub_->*c.topicFrame;
-    zframe_t* const dataFrame = pub_->*c.dataFrame;
-    CaptureStdout();
-    EXPECT_TRUE(send("LongerTopic", 11, payload + 2, 1));
-    EXPECT_TRUE(send("T", 1, payload, 2));
-    EXPECT_EQ(GetCapturedStdout(), "");
-    EXPECT_EQ(pub_->*c.topicFrame, topicFrame);
-    EXPECT_EQ(pub_->*c.dataFrame, dataFrame);
-    EXPECT_EQ(RecvFrames(sub_), (Frames{"LongerTopic", "b"}));
-    EXPECT_EQ(RecvFrames(sub_), (Frames{"T", std::string("a\0", 2)}));
-  }
 }
 
 // initPubs binds the metadata endpoint; the decoder-state message while the

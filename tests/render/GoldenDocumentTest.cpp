@@ -1,13 +1,19 @@
 // Whole documents: tests/golden/<case>.json is a record as a scenario file;
 // <case>.status.json (and for ED2 <case>.presentation.json) the documents it
-// renders to, byte for byte, "TS" at kNow. PLOVREST_REGEN_GOLDEN=1 rewrites them.
+// renders to, byte for byte, "TS" at kNow. The catalogue the renderers
+// compile in is docs/reference/catalogue.json, byte for byte, and its paths
+// are those of the golden documents. PLOVREST_REGEN_GOLDEN=1 rewrites them.
 
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <regex>
+#include <set>
 
+#include "Catalogue.h"
 #include "RenderTestSupport.h"
 #include "common/JsonText.h"
 #include "scenario/Scenario.h"
@@ -18,16 +24,11 @@ namespace {
 namespace fs = std::filesystem;
 using namespace render_test;
 
-// Compares `text` (plus a final newline) with `path`, or writes it there;
-// either way the document must satisfy its published JSON Schema.
-void Check(const fs::path& path, const std::string& text, bool regenerate, const char* schema) {
-  rapidjson::Document doc;
-  doc.Parse(text.c_str(), text.size());
-  tools::SchemaViolation violation;
-  if (!doc.HasParseError()) {
-    EXPECT_TRUE(tools::ValidateDocument(schema, doc, violation)) << path << ": " << tools::DescribeViolation(violation);
-  }
-  if (regenerate) {
+// Compares `text` (plus a final newline) with `path`, or writes it there
+// under PLOVREST_REGEN_GOLDEN=1.
+void CompareOrWrite(const fs::path& path, const std::string& text) {
+  const char* regen = std::getenv("PLOVREST_REGEN_GOLDEN");
+  if (regen != nullptr && std::string(regen) == "1") {
     std::ofstream(path, std::ios::binary) << text << '\n';
     return;
   }
@@ -36,9 +37,8 @@ void Check(const fs::path& path, const std::string& text, bool regenerate, const
   EXPECT_EQ(expected, text + '\n') << path;
 }
 
-TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
-  const char* regen = std::getenv("PLOVREST_REGEN_GOLDEN");
-  const bool regenerate = regen != nullptr && std::string(regen) == "1";
+// Calls check(file, document text, schema name) for each document of each golden case.
+void ForEachDocument(const std::function<void(const fs::path&, const std::string&, const char*)>& check) {
   int cases = 0;
   for (const fs::directory_entry& file : fs::directory_iterator(GOLDEN_DIR)) {
     const fs::path path = file.path();
@@ -52,12 +52,73 @@ TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
     ASSERT_EQ(scenario.steps.size(), 1u);
     const kv_dolby_metadata_t& rec = scenario.steps[0].record;
     const fs::path stem = path.parent_path() / path.stem();
-    Check(stem.string() + ".status.json", Render(rec), regenerate, "status");
+    check(stem.string() + ".status.json", Render(rec), "status");
     if (rec.mdType == DLB_PADC_UI_MD_TYPE_ED2) {
-      Check(stem.string() + ".presentation.json", RenderPa(rec, rec.atmosDecode != 0), regenerate, "presentation");
+      check(stem.string() + ".presentation.json", RenderPa(rec, rec.atmosDecode != 0), "presentation");
     }
   }
   EXPECT_GE(cases, 10);
+}
+
+TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
+  ForEachDocument([](const fs::path& path, const std::string& text, const char* schema) {
+    rapidjson::Document doc;
+    doc.Parse(text.c_str(), text.size());
+    tools::SchemaViolation violation;
+    if (!doc.HasParseError()) {
+      EXPECT_TRUE(tools::ValidateDocument(schema, doc, violation)) << path << ": "
+                                                                   << tools::DescribeViolation(violation);
+    }
+    CompareOrWrite(path, text);
+  });
+}
+
+// "document:path" of every member of a document; an item (an object with a
+// "Title") is marked with a leading '*'.
+using Paths = std::set<std::string>;
+void CollectPaths(const rapidjson::Value& v, const std::string& path, Paths& out) {
+  const bool root = path.back() == ':';
+  if (!root) out.insert((v.IsObject() && v.HasMember("Title") ? "*" : "") + path);
+  if (v.IsObject()) {
+    for (const auto& m : v.GetObject()) CollectPaths(m.value, path + (root ? "" : ".") + m.name.GetString(), out);
+  } else if (v.IsArray()) {
+    for (rapidjson::SizeType i = 0; i < v.Size(); ++i) CollectPaths(v[i], path + "[" + std::to_string(i) + "]", out);
+  }
+}
+
+// The catalogue's JSON is the committed dump, and its paths are those of the
+// golden documents: each path occurs, and each item of a golden document
+// stands at a path of one of the catalogue's items ([i] is any index).
+TEST(GoldenDocumentTest, CatalogueIsCommittedAndItsPathsAreTheDocuments) {
+  const std::string text = catalogue::CatalogueJson();
+  CompareOrWrite(CATALOGUE_JSON, text.substr(0, text.size() - 1));
+  Paths golden;
+  ForEachDocument([&golden](const fs::path&, const std::string& text, const char* schema) {
+    CollectPaths(*Parse(text), std::string(schema) + ":", golden);
+  });
+  rapidjson::Document doc;
+  doc.Parse(text.c_str(), text.size());
+  ASSERT_TRUE(doc.IsObject());
+  std::vector<std::regex> itemPaths;
+  for (const char* list : {"items", "members"}) {
+    for (const auto& entry : doc[list].GetArray()) {
+      for (const auto& where : entry["paths"].GetArray()) {
+        const std::string path = std::string(where["document"].GetString()) + ":" + where["path"].GetString();
+        const std::string escaped = std::regex_replace(path, std::regex(R"([.\[\]])"), R"(\$&)");
+        const std::regex re(std::regex_replace(escaped, std::regex(R"(\\\[i\\\])"), R"(\[[0-9]+\])"));
+        bool found = false;
+        for (const std::string& p : golden) found = found || std::regex_match(p[0] == '*' ? p.substr(1) : p, re);
+        EXPECT_TRUE(found) << entry["id"].GetString() << ": no golden document has " << path;
+        if (std::string(list) == "items") itemPaths.push_back(re);
+      }
+    }
+  }
+  for (const std::string& p : golden) {
+    if (p[0] != '*') continue;
+    bool listed = false;
+    for (const std::regex& re : itemPaths) listed = listed || std::regex_match(p.substr(1), re);
+    EXPECT_TRUE(listed) << p.substr(1) << " is an item the catalogue does not place there";
+  }
 }
 
 }  // namespace

@@ -53,26 +53,6 @@ TEST(MetadataJsonTest, TextsAreEscapedOnlyWhereNeeded) {
   }
 }
 
-TEST(MetadataJsonTest, OnlyRootOperationsTurnTheRootIntoAnObject) {
-  Json json;
-  json.Doc().SetArray();
-  json.AddUpdateMember("a", 1, json.Doc());
-  json.AddArrayMember("list");
-  EXPECT_EQ(json.RootObjectMember("obj"), nullptr);
-  EXPECT_EQ(json.Text(), "[]");
-
-  json.AddUpdateIntegerMember("a", 1);
-  EXPECT_EQ(json.Text(), R"({"a":1})");
-
-  json.Doc().SetNull();
-  json.AddUpdateBooleanMember("b", false);
-  EXPECT_EQ(json.Text(), R"({"b":false})");
-
-  json.Doc().SetString("x");
-  json.AddUpdateStringMember("s", "t");
-  EXPECT_EQ(json.Text(), R"({"s":"t"})");
-}
-
 // Names match exactly; AddStringMember appends a duplicate, an update changes the first.
 TEST(MetadataJsonTest, NamesMatchExactlyAndDuplicatesUpdateTheFirst) {
   Json json;

@@ -7,6 +7,8 @@
 #include <sstream>
 
 #include "DaemonHarness.h"
+#include "sim/SimOptions.h"
+#include "tap/TapOptions.h"
 #include "common/JsonText.h"
 #include "rapidjson/document.h"
 
@@ -20,6 +22,19 @@ constexpr int kNoFile = 4;
 constexpr int kBadFile = 5;
 const char* const kSim = PLOVREST_SIM_PATH;
 const char* const kTap = PLOVREST_TAP_PATH;
+
+// Every option a tool's parser takes is described in its --help.
+TEST(ToolHelp, NamesEveryOptionTheParserTakes) {
+  const std::pair<const char*, const std::vector<tools::OptionSpec>*> tools[] = {
+      {kSim, &sim::SimOptionSpecs()}, {kTap, &tap::TapOptionSpecs()}};
+  for (const auto& [binary, specs] : tools) {
+    const harness::ToolResult help = RunTool(binary, {"--help"});
+    EXPECT_EQ(help.status, 0) << binary;
+    for (const tools::OptionSpec& spec : *specs) {
+      EXPECT_THAT(help.out, HasSubstr("--" + std::string(spec.longName))) << binary;
+    }
+  }
+}
 
 class ToolFiles : public ::testing::Test {
  protected:

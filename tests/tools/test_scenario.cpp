@@ -6,7 +6,7 @@
 #include <cfloat>
 #include <cstring>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "common/JsonText.h"
 #include "record/RecordEncoder.h"
 #include "record/RecordReadBack.h"

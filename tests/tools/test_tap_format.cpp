@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "RecordFactory.h"
 #include "common/JsonText.h"
 #include "scenario/Scenario.h"

@@ -6,7 +6,7 @@
 #include <sstream>
 #include <vector>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 
 namespace tools {
 namespace {

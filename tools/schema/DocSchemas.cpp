@@ -7,7 +7,7 @@
 #include <rapidjson/schema.h>
 #include <rapidjson/stringbuffer.h>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "schema/SchemaTexts.h"
 
 namespace tools {

@@ -7,7 +7,7 @@
 #include <unistd.h>
 #include <zmq.h>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "sim/KeyInput.h"
 
 namespace sim {

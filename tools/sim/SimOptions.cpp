@@ -90,21 +90,25 @@ std::string SimUsage() {
   return text;
 }
 
+const std::vector<tools::OptionSpec>& SimOptionSpecs() {
+  static const std::vector<tools::OptionSpec> kSpecs = {{"scenario", 0, true},      {"scenario-file", 0, true}, {"replay", 0, true},
+      {"list", 0, false},         {"rate", 0, true},
+      {"duration", 0, true},      {"count", 0, true},
+      {"no-decoder", 0, false},   {"zoom", 0, true},
+      {"preset", 0, true},        {"lines", 0, true},
+      {"decoder-state", 0, true}, {"app-cmd", 0, true},
+      {"event", 0, true},         {"at", 0, true},
+      {"no-monitors", 0, false},  {"sinks", 0, false},
+      {"interactive", 0, false},  {"write-record", 0, true},
+      {"show-record", 0, false},  {"step", 0, true},
+      {"endpoint", 0, true},      {"quiet", 'q', false},
+      {"verbose", 'v', false},    {"help", 'h', false},
+      {"version", 0, false}};
+  return kSpecs;
+}
+
 bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error) {
-  tools::ArgParser args(argc, argv,
-                        {{"scenario", 0, true},      {"scenario-file", 0, true}, {"replay", 0, true},
-                         {"list", 0, false},         {"rate", 0, true},
-                         {"duration", 0, true},      {"count", 0, true},
-                         {"no-decoder", 0, false},   {"zoom", 0, true},
-                         {"preset", 0, true},        {"lines", 0, true},
-                         {"decoder-state", 0, true}, {"app-cmd", 0, true},
-                         {"event", 0, true},         {"at", 0, true},
-                         {"no-monitors", 0, false},  {"sinks", 0, false},
-                         {"interactive", 0, false},  {"write-record", 0, true},
-                         {"show-record", 0, false},  {"step", 0, true},
-                         {"endpoint", 0, true},      {"quiet", 'q', false},
-                         {"verbose", 'v', false},    {"help", 'h', false},
-                         {"version", 0, false}});
+  tools::ArgParser args(argc, argv, SimOptionSpecs());
   std::string name, value;
   bool rateGiven = false;
   while (args.Next(name, value)) {

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include "common/ArgParser.h"
+
 namespace sim {
 
 struct TimedEventText {
@@ -40,6 +42,8 @@ struct SimOptions {
 bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error);
 
 std::string SimUsage();
+// The options the parser takes (each is described in the usage text).
+const std::vector<tools::OptionSpec>& SimOptionSpecs();
 
 // Peer names accepted by --endpoint, in the order the simulator binds them.
 const std::vector<std::string>& SimPeerNames();

@@ -7,6 +7,7 @@
 
 #include <httplib.h>
 
+#include "Catalogue.h"
 #include "tap/WebFiles.h"
 
 namespace tap {
@@ -21,6 +22,7 @@ const char* ContentType(const std::string& name) {
   if (ext == ".html") return "text/html; charset=utf-8";
   if (ext == ".css") return "text/css; charset=utf-8";
   if (ext == ".js") return "text/javascript; charset=utf-8";
+  if (ext == ".json") return "application/json";
   if (ext == ".svg") return "image/svg+xml";
   return "text/plain; charset=utf-8";
 }
@@ -75,6 +77,13 @@ bool HttpView::Start(const std::string& host, int port, std::string& error) {
           return true;
         },
         [this, id](bool) { mHub.Leave(id); });
+  });
+
+  // The catalogue of keys, titles and code tables the page reads its texts from.
+  server.Get("/catalogue.json", [](const httplib::Request&, httplib::Response& res) {
+    static const std::string kCatalogue = catalogue::CatalogueJson();
+    res.set_header("Cache-Control", "no-cache");
+    res.set_content(kCatalogue, ContentType("catalogue.json"));
   });
 
   server.Get(R"(/([a-z0-9.-]*))", [](const httplib::Request& req, httplib::Response& res) {

@@ -8,7 +8,7 @@
 #include <rapidjson/encodings.h>
 #include <rapidjson/memorystream.h>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "common/JsonText.h"
 #include "tap/DocFormat.h"

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <vector>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "common/ExitStatus.h"
 #include "common/JsonText.h"

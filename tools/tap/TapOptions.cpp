@@ -35,6 +35,9 @@ const char* TapUsage() {
          "                       one is marked with the first violation (JSON pointer and\n"
          "                       rule), a document cut at a NaN or infinite number as cut;\n"
          "                       --stats counts both\n"
+         "  --http [ADDR:]PORT   also serve a live page on PORT (ADDR default 127.0.0.1,\n"
+         "                       PORT 0: any free port): decoder state, documents as\n"
+         "                       tables, the room with objects and beds, topic rates\n"
          "\n"
          "Record files:\n"
          "  --decode FILE        render a captured record (33,704 bytes) as the daemon\n"
@@ -44,6 +47,10 @@ const char* TapUsage() {
          "                       record gives two documents, --topic picks one\n"
          "  --fields             with --decode: the record's fields as JSON instead, in the\n"
          "                       form plovrest-sim --scenario-file takes\n"
+         "\n"
+         "Reference:\n"
+         "  --catalogue          write the catalogue of the documents (every key, title,\n"
+         "                       code table and text) as JSON to stdout\n"
          "\n"
          "  -h, --help           this text\n"
          "  --version            the version\n"
@@ -57,6 +64,16 @@ const char* TapUsage() {
          "  plovrest-tap --jsonl --count 20 --timeout 10\n"
          "  plovrest-tap --decode report.bin\n"
          "  plovrest-tap --decode report.bin --view json --validate | python3 -m json.tool\n";
+}
+
+const std::vector<tools::OptionSpec>& TapOptionSpecs() {
+  static const std::vector<tools::OptionSpec> kSpecs = {{"endpoint", 0, true}, {"topic", 0, true},  {"view", 0, true},
+      {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
+      {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
+      {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
+      {"http", 0, true},     {"help", 'h', false},  {"version", 0, false},
+      {"validate", 0, false}, {"catalogue", 0, false}};
+  return kSpecs;
 }
 
 namespace {
@@ -84,13 +101,7 @@ bool ParseHttpAddress(const std::string& value, TapOptions& out, std::string& er
 }  // namespace
 
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error) {
-  tools::ArgParser args(argc, argv,
-                        {{"endpoint", 0, true}, {"topic", 0, true},  {"view", 0, true},
-                         {"jsonl", 0, false},   {"stats", 0, false}, {"interval", 0, true},
-                         {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
-                         {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
-                         {"http", 0, true},     {"help", 'h', false},  {"version", 0, false},
-                         {"validate", 0, false}});
+  tools::ArgParser args(argc, argv, TapOptionSpecs());
   std::string name, value;
   bool intervalGiven = false;
   while (args.Next(name, value)) {
@@ -133,6 +144,8 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
       out.captureFile = value;
     } else if (name == "http") {
       if (!ParseHttpAddress(value, out, error)) return false;
+    } else if (name == "catalogue") {
+      out.catalogue = true;
     } else if (name == "help") {
       out.help = true;
     } else if (name == "version") {

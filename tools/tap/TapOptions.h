@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "common/ArgParser.h"
+
 #include "tap/MessageView.h"
 
 namespace tap {
@@ -25,11 +27,14 @@ struct TapOptions {
   std::string captureFile;
   std::string httpHost = "127.0.0.1";  // --http [ADDR:]PORT: the web view
   int httpPort = -1;                    // -1: no web view; 0: any free port
+  bool catalogue = false;           // write the documents' catalogue as JSON and exit
   bool help = false;
   bool version = false;
 };
 
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error);
 const char* TapUsage();
+// The options the parser takes (each is described in the usage text).
+const std::vector<tools::OptionSpec>& TapOptionSpecs();
 
 }  // namespace tap

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "Messaging/Topics.h"
+#include "Shared/Topics.h"
 
 namespace tap {
 

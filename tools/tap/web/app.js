@@ -10,19 +10,38 @@ const STATE_TOPIC = 'DolbyProcStatus';
 const ED2_TYPE_ID = 60;
 const HISTORY = 40;
 
-// Bed speakers by name, seen from above: x left -1 .. right 1, y back -1 ..
-// front 1, z floor 0 .. top 1 (the documents' own object coordinates).
-const SPEAKERS = {
-  L: [-1, 1, 0], R: [1, 1, 0], C: [0, 1, 0], LFE: [-0.3, 1.12, 0], LFE2: [0.3, 1.12, 0],
-  Ls: [-1, -0.3, 0], Rs: [1, -0.3, 0], Lrs: [-0.6, -1, 0], Rrs: [0.6, -1, 0],
-  Lw: [-1, 0.45, 0], Rw: [1, 0.45, 0], Lfh: [-0.6, 0.6, 1], Rfh: [0.6, 0.6, 1],
-  Ltm: [-0.6, 0, 1], Rtm: [0.6, 0, 1], Lrh: [-0.6, -0.6, 1], Rrh: [0.6, -0.6, 1],
-};
+// Where the page draws each bed speaker, seen from above, by speaker type
+// (the row of the catalogue's SpeakerTypes table, 1 L .. 17 LFE2): x left -1
+// .. right 1, y back -1 .. front 1, z floor 0 .. top 1 (the documents' own
+// object coordinates).
+const SPEAKER_PLACES = [
+  null, [-1, 1, 0], [1, 1, 0], [0, 1, 0], [-0.3, 1.12, 0], [-1, -0.3, 0], [1, -0.3, 0], [-0.6, -1, 0],
+  [0.6, -1, 0], [-0.6, 0.6, 1], [0.6, 0.6, 1], [-0.6, 0, 1], [0.6, 0, 1], [-0.6, -0.6, 1], [0.6, -0.6, 1],
+  [-1, 0.45, 0], [1, 0.45, 0], [0.3, 1.12, 0],
+];
+// Object colours by row of the catalogue's class tables (DD+ ObjectClasses,
+// ED2 ContentClasses); row 0 and unknown classes stay grey.
 const CLASS_COLOURS = {
-  Dialogue: '#2563eb', 'Not dialog': '#16a34a', Mixed: '#0d9488', Music: '#9333ea', Effects: '#ea580c',
-  'Music and effects': '#c026d3', Commentary: '#0891b2', 'Audio description': '#ca8a04',
-  Emergency: '#dc2626', 'Voice over': '#4f46e5',
+  ObjectClasses: [null, '#2563eb', '#16a34a', '#0d9488'],
+  ContentClasses: [null, '#2563eb', '#9333ea', '#ea580c', '#c026d3', '#0891b2', '#ca8a04', '#dc2626', '#4f46e5'],
 };
+// Filled from the tap's /catalogue.json (the texts the documents use).
+const SPEAKERS = {};  // speaker name -> place
+const COLOURS = {};   // class text -> colour
+
+// Reads the catalogue, then fills SPEAKERS and COLOURS by the texts of its tables.
+async function loadCatalogue() {
+  const response = await fetch('catalogue.json');
+  const tables = Object.fromEntries((await response.json()).tables.map((t) => [t.id, t.texts]));
+  tables.SpeakerTypes.forEach((name, type) => {
+    if (SPEAKER_PLACES[type]) SPEAKERS[name] = SPEAKER_PLACES[type];
+  });
+  for (const [id, colours] of Object.entries(CLASS_COLOURS)) {
+    tables[id].forEach((text, row) => {
+      if (colours[row]) COLOURS[text] = colours[row];
+    });
+  }
+}
 
 const view = {
   status: null,      // latest status document
@@ -457,7 +476,7 @@ function renderRoom() {
     g.setAttribute('transform', `translate(${o.x} ${-o.y})`);
     const c = g.querySelector('circle');
     c.setAttribute('r', r);
-    c.setAttribute('fill', CLASS_COLOURS[o.cls] || '#64748b');
+    c.setAttribute('fill', COLOURS[o.cls] || '#64748b');
     const bar = g.querySelector('.zbar');
     bar.setAttribute('x', r + 0.01);
     bar.setAttribute('y', -0.12 * z);
@@ -483,4 +502,5 @@ $('pa-select').addEventListener('change', (e) => {
 });
 drawRoomFrame();
 setInterval(tick, 250);
-connect();
+// Without the catalogue the room still shows, with objects grey and speakers at the centre.
+loadCatalogue().catch(() => {}).finally(connect);

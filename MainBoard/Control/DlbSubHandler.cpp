@@ -1,11 +1,12 @@
-#include "Messaging/DlbSubHandler.h"
+#include "Control/DlbSubHandler.h"
 
 #include <czmq.h>
 
 
 #include "Logger.h"
-#include "Messaging/JsonParser.h"
+#include "Control/JsonParser.h"
 #include "MqEndpoints.h"
+#include "Shared/TopicTable.h"
 #include "Singleton.h"
 
 cDlbSubHandler* cDlbSubHandler::mpSub = nullptr;
@@ -16,15 +17,10 @@ namespace {
 
 // The empty topic makes the socket accept every topic from all three
 // publishers; the dispatcher ignores what it does not know.
-char gAppServerTopics[][mq::kTopicLen] = {"AppPresetConfiguration", ""};
-char gHwmTopics[][mq::kTopicLen] = {"HwmDlbZoomVideoLines", "HwmSignalStatus", "HwmDlbZoom",
-                                     "HwmDolbyPreset", "HwmDolbyDecodeStop"};
-char gHbMonTopics[][mq::kTopicLen] = {"HbSysStatusEvent", "HbProcsStatus", "HbAppCmd"};
-
-template <std::size_t N>
-constexpr int Count(char (&)[N][mq::kTopicLen]) {
-  return static_cast<int>(N);
-}
+auto gAppServerTopics = topic::MakeTable(topic::kAppPresetConfiguration, topic::kEverything);
+auto gHwmTopics = topic::MakeTable(topic::kHwmDlbZoomVideoLines, topic::kHwmSignalStatus, topic::kHwmDlbZoom,
+                                   topic::kHwmDolbyPreset, topic::kHwmDolbyDecodeStop);
+auto gHbMonTopics = topic::MakeTable(topic::kHbSysStatusEvent, topic::kHbProcsStatus, topic::kHbAppCmd);
 
 }  // namespace
 
@@ -61,21 +57,21 @@ int mqReader(const char* topic, const char* message) {
 namespace {
 
 void addAppserverMq(cDlbSubHandler& subs) {
-  if (!subs.AddMqOverIpc(mq::kAppServerIpc, gAppServerTopics, Count(gAppServerTopics))) {
+  if (!subs.AddMqOverIpc(mq::kAppServerIpc, gAppServerTopics.entries, gAppServerTopics.kCount)) {
     LOG_AT(cDlbSubHandler, Error, 40, "\"Failed to add MQ\"");
   }
 }
 
 void addHwmAtSlot(cDlbSubHandler& subs) {
   if (subs.miSlot == 1) return;
-  if (!subs.AddMqOverTcp(mq::kSlot1Addr, mq::kHwmPubPort, gHwmTopics, Count(gHwmTopics))) {
+  if (!subs.AddMqOverTcp(mq::kSlot1Addr, mq::kHwmPubPort, gHwmTopics.entries, gHwmTopics.kCount)) {
     LOG_AT(cDlbSubHandler, Error, 40, "\"Failed to add MQ\"");
   }
 }
 
 void addHbMonMq(cDlbSubHandler& subs) {
   if (cJsonParser::GetInstance() == nullptr) return;
-  subs.AddMqOverIpc(mq::kHbMonPubIpc, gHbMonTopics, Count(gHbMonTopics));
+  subs.AddMqOverIpc(mq::kHbMonPubIpc, gHbMonTopics.entries, gHbMonTopics.kCount);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "Messaging/PubHandler.h"
+#include "Publish/PubHandler.h"
 
 #include "Singleton.h"
 

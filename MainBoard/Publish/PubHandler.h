@@ -4,7 +4,7 @@
 // reader (sends).
 
 #include "Logger.h"
-#include "Messaging/DlbPubHandler.h"
+#include "Publish/DlbPubHandler.h"
 
 class cPubHandler : public DlbPubHandler {
  public:

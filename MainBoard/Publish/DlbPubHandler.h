@@ -14,6 +14,7 @@ class DlbPubHandler : public MqPubHandler {
   DlbPubHandler(const DlbPubHandler&) = delete;
   DlbPubHandler& operator=(const DlbPubHandler&) = delete;
 
+  // Kept as designed; the daemon publishes with SendJson only.
   // Two frames on the socket: the topic bytes (with the more-flag), then the
   // data bytes. False on a null or empty argument, on a missing socket or
   // when a send fails.

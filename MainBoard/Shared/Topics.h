@@ -1,6 +1,6 @@
 #pragma once
-// Topics the daemon publishes on its metadata endpoint and receives from the
-// decoder. The two trailing '>' of the PA topics belong to their names.
+// Every topic the daemon publishes or subscribes to, defined once. The two
+// trailing '>' of the PA topics belong to their names.
 
 namespace topic {
 
@@ -9,8 +9,10 @@ constexpr const char* kDolbyProcStatus = "DolbyProcStatus";
 constexpr const char* kDolbyMetadataGrp = "DolbyMetadataGrp";
 constexpr const char* kDolbyMetadataGrpRepub = "DolbyMetadataGrpRepub";
 constexpr const char* kDolbyPAData = "DolbyPAData>>";
-constexpr const char* kDolbyPADataRepub = "DolbyPADataRepub>>";  // defined, never sent
-constexpr const char* kDolbyLUDataBin = "DolbyLUDataBin";        // loudness, never sent
+// Defined as designed: the reader's republish flag for it is never set.
+constexpr const char* kDolbyPADataRepub = "DolbyPADataRepub>>";
+// Loudness, never published; a record received on it is dropped.
+constexpr const char* kDolbyLUDataBin = "DolbyLUDataBin";
 
 // From the decoder
 constexpr const char* kDolbyMetadataEvent = "DolbyMetadataEvent";
@@ -27,5 +29,7 @@ constexpr const char* kDolbyZoomPair = "DolbyZoomPair";
 constexpr const char* kHbSysStatusEvent = "HbSysStatusEvent";
 constexpr const char* kHbProcsStatus = "HbProcsStatus";
 constexpr const char* kHbAppCmd = "HbAppCmd";
+// The empty topic: subscribed, it accepts every topic of a publisher.
+constexpr const char* kEverything = "";
 
 }  // namespace topic

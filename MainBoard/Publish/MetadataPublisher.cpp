@@ -1,11 +1,11 @@
-#include "Messaging/MetadataPublisher.h"
+#include "Publish/MetadataPublisher.h"
 
 #include <czmq.h>
 
 #include <cstdio>
 
 #include "Logger.h"
-#include "Messaging/PubHandler.h"
+#include "Publish/PubHandler.h"
 #include "MqEndpoints.h"
 
 // Messages queued per subscriber that reads too slowly; newer ones are then

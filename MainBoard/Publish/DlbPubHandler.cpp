@@ -1,4 +1,4 @@
-#include "Messaging/DlbPubHandler.h"
+#include "Publish/DlbPubHandler.h"
 
 #include <czmq.h>
 

@@ -1,4 +1,4 @@
-#include "Messaging/JsonParser.h"
+#include "Control/JsonParser.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -9,10 +9,10 @@
 #include "HwmEd2JsonMessageParser.h"
 #include "HwmJsonMessageParser.h"
 #include "Logger.h"
-#include "Messaging/DlbSubHandler.h"
-#include "Messaging/Topics.h"
+#include "Control/DlbSubHandler.h"
+#include "Shared/TopicTable.h"
 #include "MqEndpoints.h"
-#include "Reader/DlbStatusSubx.h"
+#include "Shared/ReaderSwitches.h"
 #include "Singleton.h"
 
 cJsonParser* cJsonParser::mpJsonParser = nullptr;
@@ -48,8 +48,8 @@ constexpr std::memory_order kRelaxed = std::memory_order_relaxed;
 bool skip_status_topic = false;
 
 void SetDecoding(bool enabled, int source) {
-  cDlbStatusSubx::mbDolbyZoomStatus.store(enabled, kRelaxed);
-  cDlbStatusSubx::miDecodingSource.store(source, kRelaxed);
+  cDlbStatusSwitches::mbDolbyZoomStatus.store(enabled, kRelaxed);
+  cDlbStatusSwitches::miDecodingSource.store(source, kRelaxed);
 }
 
 int OnAppPreset(const char*) {
@@ -74,9 +74,9 @@ int OnProcsStatus(const char* message) {
   if (skip_status_topic) return 0;
   if (!cJsonParser::mpJsonParser->ParseSysStatus(message, false, false, nullptr)) return 0;
   cDlbSubHandler* subs = cJsonParser::mpDlbSubHandler;
-  static char statusTopic[][mq::kTopicLen] = {"HbProcsStatus"};
+  static auto statusTopic = topic::MakeTable(topic::kHbProcsStatus);
   if (subs != nullptr && subs->IsConnected() &&
-      subs->UnsubscribeTopics(subs->mpSock, statusTopic, 1)) {
+      subs->UnsubscribeTopics(subs->mpSock, statusTopic.entries, statusTopic.kCount)) {
     skip_status_topic = true;
   } else {
     LOG_AT(cJsonParser, Error, 40, "\"Failed to unsbuscribe HB Proc Topic\"");
@@ -98,26 +98,26 @@ int OnVideoLines(const char* message) {
   printf("\n\t Ed2MAFactor: %u", ed2->mEd2MAFactor);
   printf("\n");
   fflush(stdout);
-  cDlbStatusSubx::miVidLnNoForZP.store(static_cast<int>(ed2->mVidLnZP), kRelaxed);
-  cDlbStatusSubx::miVidLnNoForNextToZP.store(static_cast<int>(ed2->mVidLnNextToZP), kRelaxed);
-  cDlbStatusSubx::mlEd2MAFactor.store(static_cast<std::int64_t>(ed2->mEd2MAFactor), kRelaxed);
+  cDlbStatusSwitches::miVidLnNoForZP.store(static_cast<int>(ed2->mVidLnZP), kRelaxed);
+  cDlbStatusSwitches::miVidLnNoForNextToZP.store(static_cast<int>(ed2->mVidLnNextToZP), kRelaxed);
+  cDlbStatusSwitches::mlEd2MAFactor.store(static_cast<std::int64_t>(ed2->mEd2MAFactor), kRelaxed);
   return 0;
 }
 
 int Ignore(const char*) { return 0; }
 
 int OnDlbZoom(const char*) {
-  SetDecoding(true, 1);
+  SetDecoding(true, cDlbStatusSwitches::kSourceDolbyZoom);
   return 0;
 }
 
 int OnDolbyPreset(const char*) {
-  SetDecoding(true, 2);
+  SetDecoding(true, cDlbStatusSwitches::kSourceDolbyPreset);
   return 0;
 }
 
 int OnDecodeStop(const char*) {
-  cDlbStatusSubx::mbDolbyZoomStatus.store(false, kRelaxed);
+  cDlbStatusSwitches::mbDolbyZoomStatus.store(false, kRelaxed);
   return 0;
 }
 

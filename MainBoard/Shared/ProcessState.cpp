@@ -1,4 +1,4 @@
-#include "Frame/ProcessState.h"
+#include "Shared/ProcessState.h"
 
 std::atomic<bool> sig_interrupted{false};
 pthread_barrier_t thread_barrier;
