@@ -62,7 +62,7 @@ void cServiceNotifier::Stopping() {
 
 std::string cServiceNotifier::StatusText(const char* state, int mdType, int typeId, unsigned perSecond) {
   const char* kind = typeId < 0 ? "no stream yet"
-                                : table::StreamTypes.texts[catalogue::StreamTypeCode(static_cast<unsigned>(mdType), typeId)];
+                                : catalogue::table::StreamTypes.texts[catalogue::StreamTypeCode(static_cast<unsigned>(mdType), typeId)];
   char text[160];
   std::snprintf(text, sizeof text, "%s; %s; %u records/s", state != nullptr ? state : "Starting", kind,
                 perSecond);

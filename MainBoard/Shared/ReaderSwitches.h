@@ -6,6 +6,7 @@
 // reader's next pass.
 
 #include <atomic>
+#include <cstdint>
 
 class cDlbStatusSwitches {
  public:
