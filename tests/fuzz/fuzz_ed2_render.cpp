@@ -33,11 +33,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return 0;
   }
   const rapidjson::Value& presentations = fuzz::At(parsed, "Presentations");
-  fuzz::Require(fuzz::SizeOf(presentations) <= 16, "at most 16 presentations");
+  fuzz::Require(fuzz::SizeOf(presentations) <= kEd2MaxPresentations, "at most the record's presentations");
   for (unsigned k = 0; k < fuzz::SizeOf(presentations); ++k) {
-    fuzz::Require(fuzz::SizeOf(fuzz::At(presentations[k], "PaObjects")) <= 25, "at most 25 objects");
-    fuzz::Require(fuzz::SizeOf(fuzz::At(fuzz::At(presentations[k], "PaBed"), "Sources")) <= 16,
-                  "at most 16 bed sources");
+    fuzz::Require(fuzz::SizeOf(fuzz::At(presentations[k], "PaObjects")) <= kEd2MaxBedObjects + kEd2MaxDynamicObjects,
+                  "at most the record's beds and objects");
+    fuzz::Require(fuzz::SizeOf(fuzz::At(fuzz::At(presentations[k], "PaBed"), "Sources")) <= kEd2MaxBedSources,
+                  "at most the record's bed sources");
   }
   return 0;
 }

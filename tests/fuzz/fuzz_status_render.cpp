@@ -1,6 +1,8 @@
 // Any bytes as a (zero-padded) decoder record through the status renderer: the text obeys
 // the rendering rule and its schema, nothing is read outside the record, AC-4 lists as counted.
 
+#include <algorithm>
+
 #include "FuzzSupport.h"
 #include "PADMetadataJsonDecStatus.h"
 
@@ -12,11 +14,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                 "the record renders");
   rapidjson::Document parsed;
   fuzz::CheckRendered(*renderer, parsed, "status");
-  // Up to the record's 16 and 64 slots.
+  // Up to the record's presentation and substream slots.
   const rapidjson::Value& info = fuzz::At(parsed, "StatusInfo");
   if (rec.typeId == stream_type::kAc4 && info.IsObject()) {
-    const unsigned presentations = rec.md.ac4.presentationCount < 16 ? rec.md.ac4.presentationCount : 16;
-    const unsigned substreams = rec.md.ac4.substreamCount < 64 ? rec.md.ac4.substreamCount : 64;
+    const unsigned presentations = std::min<unsigned>(rec.md.ac4.presentationCount, kAc4MaxPresentations);
+    const unsigned substreams = std::min<unsigned>(rec.md.ac4.substreamCount, kAc4MaxSubstreams);
     fuzz::Require(fuzz::SizeOf(fuzz::At(info, "Presentations")) == presentations &&
                       fuzz::SizeOf(fuzz::At(info, "Substreams")) == substreams,
                   "AC-4 lists as counted");
