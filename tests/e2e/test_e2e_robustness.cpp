@@ -3,7 +3,6 @@
 // at random moments, and the log file on a full file system.
 
 #include <gmock/gmock.h>
-#include <sys/mount.h>
 #include <unistd.h>
 
 #include <atomic>
@@ -12,7 +11,6 @@
 #include <thread>
 
 #include "LiveDaemon.h"
-#include "Logger.h"
 #include "MqEndpointText.h"
 #include "MqEndpoints.h"
 
@@ -197,27 +195,6 @@ TEST_F(LiveDaemon, SigtermAtRandomMomentsStopsCleanly) {
     }
     ASSERT_FALSE(Reported(daemon->Stderr())) << daemon->Stderr();
   }
-}
-
-// The circular log file on a file system that fills up (a 4 kB tmpfs): the
-// logger keeps working, the file never exceeds the space, and it holds the
-// latest line once it has been reopened.
-TEST(LoggerFile, FullFileSystemIsSurvived) {
-  char dir[] = "/tmp/plovrest-full-XXXXXX";
-  ASSERT_NE(mkdtemp(dir), nullptr);
-  ASSERT_EQ(mount("tmpfs", dir, "tmpfs", 0, "size=4k"), 0) << "needs the private namespace";
-  const std::string path = std::string(dir) + "/plovrest.log";
-  Logger* log = Logger::GetInstance();
-  log->mbConsole = true;
-  log->mpConsoleOut = log->mpConsoleErr = fopen("/dev/null", "w");
-  log->AttachFile(path.c_str(), 10240, 1);
-  for (int i = 0; i < 2000; ++i) log->Error("line %d of a file system that fills up", i);
-  log->Error("last line");
-  log->DetachFile();
-  EXPECT_LE(std::filesystem::file_size(path), 4096u);
-  EXPECT_THAT(harness::ReadText(path), testing::HasSubstr("last line"));
-  EXPECT_EQ(umount(dir), 0);
-  rmdir(dir);
 }
 
 }  // namespace

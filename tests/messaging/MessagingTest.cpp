@@ -31,14 +31,10 @@ namespace {
 constexpr const char* kSyncTopic = "sync";
 using Frames = std::vector<std::string>;
 
-// Polls `done` every 5 ms, about three seconds at most.
+// Polls `done` every 5 ms, three seconds at most.
 template <typename Pred>
 bool WaitUntil(Pred done) {
-  for (int i = 0; i < 600; ++i) {
-    if (done()) return true;
-    std::this_thread::sleep_for(std::chrono::milliseconds(5));
-  }
-  return done();
+  return harness::PollUntil(done, harness::Ms(3000), harness::Ms(5));
 }
 
 // Every open ZeroMQ socket holds a descriptor, released by the library's

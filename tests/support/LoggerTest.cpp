@@ -5,11 +5,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <rapidjson/document.h>
+#include <sys/mount.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <string>
@@ -33,11 +35,6 @@ const char* const kBold = "\033[0;1m";  // file lines, and their stand-in on std
 unsigned long long NowMs() {
   using namespace std::chrono;
   return duration_cast<milliseconds>(system_clock::now().time_since_epoch()).count();
-}
-
-std::string ReadFile(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 // A unique scratch file, removed afterwards.
@@ -242,7 +239,7 @@ TEST_F(LoggerTest, FileHeaderLinesAndWrap) {
                             mpLog->Debug("%s|%u|\"below threshold\"", "Io.cpp", 11u);
                             mpLog->Error("%s|%u|\"first %s\"", "Io.cpp", 12u, "entry");
                           }).second;
-  const std::string text = ReadFile(file.path);
+  const std::string text = harness::ReadText(file.path);
   const size_t eol = text.find('\n');
   EXPECT_EQ(Unstamp(text.substr(0, eol)), "Count 0000000000");
   EXPECT_EQ(Unstamp(text.substr(eol + 1), kBold), "Plovre|ERROR|Io.cpp|12|\"first entry\"\n\033[0m");
@@ -254,7 +251,7 @@ TEST_F(LoggerTest, FileHeaderLinesAndWrap) {
     }
   });
   ASSERT_EQ(mpLog->mRewindCount, 2);
-  const std::string wrapped = ReadFile(file.path);
+  const std::string wrapped = harness::ReadText(file.path);
   EXPECT_GT(wrapped.size(), 5120u);
   EXPECT_LT(wrapped.size(), 5120u + 200u);
   EXPECT_EQ(wrapped.substr(wrapped.find('|'), 18), "|Count 0000000001\n");
@@ -263,7 +260,7 @@ TEST_F(LoggerTest, FileHeaderLinesAndWrap) {
   Captured([&] {
     for (int i = 0; i < 3; ++i) mpLog->Info("%s|%u|\"new %d\"", "Ring.cpp", 2u, i);
   });
-  const std::string after = ReadFile(file.path);
+  const std::string after = harness::ReadText(file.path);
   ASSERT_EQ(after.size(), wrapped.size());
   const std::string endOfNew = "\"new 2\"\n\033[0m";
   const size_t cut = after.find(endOfNew);
@@ -370,6 +367,27 @@ TEST_F(LoggerSinkTest, NotifyAndSendJsonRecords) {
   EXPECT_TRUE(mpLog->SendJson(MSG_TYPE_LOG, static_cast<MsgLevel_e>(7), "m", "ignored"));
   EXPECT_EQ(Recv(), kHead + "7,\"Name\":\"Plovre\",\"Message\":\"m\"}");
   EXPECT_FALSE(mpLog->SendJson(MSG_TYPE_LOG, MSG_LEVEL_ERROR, nullptr, nullptr));
+}
+
+// The circular log file on a file system that fills up (a 4 kB tmpfs): the
+// logger keeps working, the file never exceeds the space, and it holds the
+// latest line once it has been reopened.
+TEST(LoggerFile, FullFileSystemIsSurvived) {
+  char dir[] = "/tmp/plovrest-full-XXXXXX";
+  ASSERT_NE(mkdtemp(dir), nullptr);
+  ASSERT_EQ(mount("tmpfs", dir, "tmpfs", 0, "size=4k"), 0) << "needs the private namespace";
+  const std::string path = std::string(dir) + "/plovrest.log";
+  Logger* log = Logger::GetInstance();
+  log->mbConsole = true;
+  log->mpConsoleOut = log->mpConsoleErr = fopen("/dev/null", "w");
+  log->AttachFile(path.c_str(), 10240, 1);
+  for (int i = 0; i < 2000; ++i) log->Error("line %d of a file system that fills up", i);
+  log->Error("last line");
+  log->DetachFile();
+  EXPECT_LE(std::filesystem::file_size(path), 4096u);
+  EXPECT_THAT(harness::ReadText(path), testing::HasSubstr("last line"));
+  EXPECT_EQ(umount(dir), 0);
+  rmdir(dir);
 }
 
 }  // namespace
