@@ -30,7 +30,7 @@ namespace {
 using harness::Message;
 using harness::Ms;
 
-// Every part callgrind dumps runs under this name with the part's number.
+// Callgrind's output file; each dump is written with its number appended.
 constexpr const char* kPartName = "pass.out";
 constexpr const char* kPassFunction = "cDlbStatusSubx::ReceivePass*";
 // Under callgrind the daemon runs some 50 times slower than natively.

@@ -58,7 +58,7 @@ int RunForwarder(const std::vector<std::unique_ptr<kv_dolby_metadata_t>>& record
   zsock_set_subscribe(sub, topic::kDolbyMetadataBinEvent);
   zpoller_t* poller = zpoller_new(sub, nullptr);
   auto record = std::make_unique<kv_dolby_metadata_t>();
-  const char* state = "{\"Status\" : \"Decoding\", \"Event\" : \"Dolby Zoom\"}";
+  const std::string state = harness::StateText("Decoding", "Dolby Zoom");
   while (!zsys_interrupted) {
     if (zpoller_wait(poller, kPollMs) == nullptr) continue;
     char* topicText = nullptr;
@@ -69,7 +69,7 @@ int RunForwarder(const std::vector<std::unique_ptr<kv_dolby_metadata_t>>& record
       const auto found = stored.find(KeyOf(*record));
       if (found != stored.end()) {
         zstr_sendm(pub, topic::kDolbyProcStatus);
-        zstr_send(pub, state);
+        zstr_send(pub, state.c_str());
         zstr_sendm(pub, topic::kDolbyMetadataGrp);
         zstr_send(pub, found->second.status.c_str());
         if (!found->second.presentation.empty()) {
