@@ -1,6 +1,7 @@
 #pragma once
-// Records shared by the benchmarks: a plain record of a stream kind and the
-// largest AC-4 and ED2 records the renderers accept.
+// Records shared by the benchmarks: a plain record of a stream kind, typical
+// DD+ and Dolby E records, and the largest AC-4 and ED2 records the renderers
+// accept.
 
 #include <cstdio>
 #include <cstring>
@@ -26,6 +27,61 @@ inline void Fill(char (&field)[N], const char* prefix, unsigned index) {
   field[N - 1] = '\0';
   const int written = std::snprintf(field, N, "%s %u ", prefix, index);
   if (written > 0 && static_cast<std::size_t>(written) < N - 1) field[written] = 'x';
+}
+
+// A PCM record: no codec block.
+inline std::unique_ptr<kv_dolby_metadata_t> PcmRecord() { return BenchRecord(stream_type::kPcm, 0); }
+
+// DD+ at 640 kb/s, 5.1; with `objects` 15 dynamic objects and all beds.
+inline std::unique_ptr<kv_dolby_metadata_t> DdpRecord(bool objects) {
+  auto rec = BenchRecord(stream_type::kDolbyDigitalPlus, DLB_PADC_UI_MD_TYPE_DDP);
+  dlb_padc_ui_md_ddp_s& d = rec->md.ddp;
+  d.datarate = 640;
+  d.acmod = 7;
+  d.bsid = 16;
+  d.lfeon = 1;
+  d.dialnorm = 24;
+  d.mixlevel = 25;
+  d.roomtyp = 1;
+  d.dmixmod = 1;
+  d.ltrtcmixlev = 4;
+  d.ltrtsurmixlev = 4;
+  d.lorocmixlev = 4;
+  d.lorosurmixlev = 4;
+  if (objects) {
+    rec->atmosDecode = 1;
+    d.atmosPresent = 1;
+    d.numDynObjects = kDdpMaxObjects;
+    d.complexityIndex = 16;
+    d.surroundTrim = DLB_PADC_TRIM_AUTO;
+    d.heightTrim = DLB_PADC_TRIM_AUTO;
+    for (int i = 0; i < kDdpMaxObjects; ++i) {
+      d.objects[i] = {i / 15.0f, 1.0f - i / 15.0f, 0.5f, DLB_PADC_OBJECT_DIALOGUE};
+    }
+    std::memset(d.bedChannels, 1, sizeof d.bedChannels);
+  }
+  return rec;
+}
+
+// Dolby E, 5.1+2x2 programs, `programCount` of them.
+inline std::unique_ptr<kv_dolby_metadata_t> DolbyERecord(uint8_t programCount) {
+  auto rec = BenchRecord(stream_type::kDolbyE, DLB_PADC_UI_MD_TYPE_DOLBYE);
+  dlb_padc_ui_md_dolbye_s& e = rec->md.dolbye;
+  e.frameRate = 2500;
+  e.bitDepth = 20;
+  e.currentProgram = 1;
+  e.programCount = programCount;
+  std::strcpy(e.programConfig, "5.1+2x2");
+  for (auto& p : e.programs) {
+    p.acmod = 7;
+    p.lfeon = 1;
+    p.dialnorm = 27;
+    p.mixlevel = 25;
+    p.dynrngProfile = 1;
+    p.comprProfile = 1;
+    p.ltrtcmixlev = 4;
+  }
+  return rec;
 }
 
 // Object audio decoded: the largest documents.

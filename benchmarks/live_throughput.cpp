@@ -7,10 +7,13 @@
 //
 // Run inside the private namespace (fixed endpoints):
 //   scripts/netns-run.sh build/benchmarks/bench_live [--kind K|all] [--records N]
-//       [--seconds S] [--idle S]
+//       [--seconds S] [--idle S] [--floor R]
 // K is pcm, dd, ddp, dolby-e, ac4, ed2, largest-ac4 or largest-ed2 (default
 // ddp); --records 0 skips the full-rate rounds (default 100000 for ddp alone,
 // 0 otherwise); --seconds is per kind (default 10); --idle defaults to 20.
+// --floor R then measures the transport floor (LiveFloor.h) against the
+// daemon, R repeats of --seconds per kind and side, and prints each kind's
+// latency as a ratio to the floor.
 // For ED2 kinds the latency ends at the presentation document that follows
 // the status document.
 
@@ -31,6 +34,7 @@
 
 #include "BenchRecords.h"
 #include "DaemonHarness.h"
+#include "LiveFloor.h"
 #include "Shared/Topics.h"
 #include "Record/DolbyMetadataRecord.h"
 
@@ -110,9 +114,9 @@ double CpuSeconds(pid_t pid) {
   return double(utime + stime) / double(sysconf(_SC_CLK_TCK));
 }
 
-void Send(harness::Peers& peers, kv_dolby_metadata_t* rec, long seq) {
+void Send(zsock_t* decoder, kv_dolby_metadata_t* rec, long seq) {
   rec->dzPair = static_cast<uint32_t>(seq);
-  harness::SendBytes(peers.decoder, topic::kDolbyMetadataEvent, rec, sizeof *rec);
+  harness::SendBytes(decoder, topic::kDolbyMetadataEvent, rec, sizeof *rec);
 }
 
 // Sends `count` records as fast as the socket takes them; counts documents.
@@ -120,7 +124,7 @@ double FullRate(harness::Peers& peers, kv_dolby_metadata_t* rec, long count, lon
   long received = 0;
   const auto start = Clock::now();
   for (long i = 0; i < count; ++i) {
-    Send(peers, rec, firstSeq + i);
+    Send(peers.decoder, rec, firstSeq + i);
     while (auto m = harness::Receive(peers.out, Ms(0))) {
       if (m->topic == topic::kDolbyMetadataGrp) ++received;
     }
@@ -138,63 +142,148 @@ double MicrosecondsSince(Clock::time_point start) {
   return std::chrono::duration<double, std::micro>(Clock::now() - start).count();
 }
 
-// 60 records/s of one kind for `seconds`: one table row.
-void Paced(harness::Peers& peers, pid_t pid, const std::string& kind, int seconds, long& seq) {
+// One kind's figures at 60 records/s.
+struct Row {
+  std::size_t bytes = 0;
+  long sent = 0;
+  std::vector<double> latencyUs;  // sorted
+  double cpuPerRecordUs = 0, cpuShare = 0;
+  double Median() const { return latencyUs[latencyUs.size() / 2]; }
+  double P99() const { return latencyUs[std::min(latencyUs.size() - 1, latencyUs.size() * 99 / 100)]; }
+};
+
+// 60 records/s of one kind for `seconds`, sent on `decoder`, documents read
+// on `out`. A document is matched to its record by the sequence number it
+// carries or, with `inOrder` (the floor's stored documents carry none), to
+// the oldest record still waiting.
+Row Paced(zsock_t* decoder, zsock_t* out, pid_t pid, const std::string& kind, int seconds,
+          long& seq, bool inOrder = false) {
   const auto rec = KindRecord(kind);
   const bool ed2 = kind == "ed2" || kind == "largest-ed2";
   std::map<long, Clock::time_point> sentAt;
-  std::vector<double> latencyUs;
-  std::size_t bytes = 0;
+  Row row;
   Clock::time_point pending{};  // ED2: status document seen, presentations next
   bool waiting = false;
   const double cpuBefore = CpuSeconds(pid);
   const auto start = Clock::now();
   const auto period = std::chrono::microseconds(1000000 / 60);
-  long sent = 0;
   for (auto next = start; Clock::now() - start < std::chrono::seconds(seconds); next += period) {
     sentAt[seq] = Clock::now();
-    Send(peers, rec.get(), seq++);
-    ++sent;
+    Send(decoder, rec.get(), seq++);
+    ++row.sent;
     while (Clock::now() < next + period) {
-      auto m = harness::Receive(peers.out, Ms(1));
+      auto m = harness::Receive(out, Ms(1));
       if (!m) continue;
       if (m->topic == topic::kDolbyPAData && waiting) {
-        latencyUs.push_back(MicrosecondsSince(pending));
-        bytes = std::max(bytes, m->payload.size());
+        row.latencyUs.push_back(MicrosecondsSince(pending));
+        row.bytes = std::max(row.bytes, m->payload.size());
         waiting = false;
         continue;
       }
       if (m->topic != topic::kDolbyMetadataGrp) continue;
-      const auto found = sentAt.find(SequenceOf(m->payload));
+      const auto found = inOrder ? sentAt.begin() : sentAt.find(SequenceOf(m->payload));
       if (found == sentAt.end()) continue;
-      bytes = std::max(bytes, m->payload.size());
+      row.bytes = std::max(row.bytes, m->payload.size());
       if (ed2) {
         pending = found->second;
         waiting = true;
       } else {
-        latencyUs.push_back(MicrosecondsSince(found->second));
+        row.latencyUs.push_back(MicrosecondsSince(found->second));
       }
       sentAt.erase(found);
     }
   }
   const double wall = std::chrono::duration<double>(Clock::now() - start).count();
   const double cpu = CpuSeconds(pid) - cpuBefore;
-  std::sort(latencyUs.begin(), latencyUs.end());
-  if (latencyUs.empty()) {
-    std::printf("| %-11s | %7zu | %4ld | none matched | | | %5.1f%% |\n", kind.c_str(), bytes, sent,
-                100.0 * cpu / wall);
+  std::sort(row.latencyUs.begin(), row.latencyUs.end());
+  row.cpuPerRecordUs = 1e6 * cpu / double(row.sent);
+  row.cpuShare = 100.0 * cpu / wall;
+  return row;
+}
+
+// One table row of the kind's figures.
+void PrintRow(const std::string& kind, const Row& row) {
+  if (row.latencyUs.empty()) {
+    std::printf("| %-11s | %7zu | %4ld | none matched | | | %5.1f%% |\n", kind.c_str(), row.bytes,
+                row.sent, row.cpuShare);
     return;
   }
   std::printf("| %-11s | %7zu | %4zu | %6.0f | %6.0f | %6.0f | %6.0f | %5.1f%% |\n", kind.c_str(),
-              bytes, latencyUs.size(), latencyUs[latencyUs.size() / 2],
-              latencyUs[std::min(latencyUs.size() - 1, latencyUs.size() * 99 / 100)],
-              latencyUs.back(), 1e6 * cpu / double(sent), 100.0 * cpu / wall);
+              row.bytes, row.latencyUs.size(), row.Median(), row.P99(), row.latencyUs.back(),
+              row.cpuPerRecordUs, row.cpuShare);
+}
+
+// The daemon against the transport floor (the bare forwarder, a child
+// process): per repeat and kind, `seconds` of records to each, one after the
+// other; then per kind the ratios daemon / floor of the medians and of the
+// p99s, the median over repeats with their range.
+void FloorRatios(harness::Peers& peers, pid_t pid, const std::vector<std::string>& kinds,
+                 int seconds, int repeats, long& seq) {
+  char self[4096];
+  const ssize_t length = readlink("/proc/self/exe", self, sizeof self - 1);
+  if (length <= 0) return;
+  self[length] = '\0';
+  live_floor::Peers floorPeers;
+  harness::DaemonProcess forwarder({live_floor::kForwarderOption}, self);
+  const auto typical = KindRecord("ddp");
+  if (!harness::SendUntil([&] { Send(floorPeers.decoder, typical.get(), 0); }, floorPeers.out,
+                          Ms(10000), [](const Message& m) { return m.topic == topic::kDolbyMetadataGrp; })) {
+    std::fprintf(stderr, "bench_live: the floor's forwarder did not answer\n");
+    return;
+  }
+  while (harness::Receive(floorPeers.out, Ms(100))) {
+  }
+  std::map<std::string, std::vector<double>> medians, p99s;
+  std::map<std::string, std::vector<Row>> floors, daemons;
+  for (int r = 0; r < repeats; ++r) {
+    for (const std::string& k : kinds) {
+      const Row d = Paced(peers.decoder, peers.out, pid, k, seconds, seq);
+      const Row f = Paced(floorPeers.decoder, floorPeers.out, forwarder.Pid(), k, seconds, seq, true);
+      if (d.latencyUs.empty() || f.latencyUs.empty()) continue;
+      medians[k].push_back(d.Median() / f.Median());
+      p99s[k].push_back(d.P99() / f.P99());
+      daemons[k].push_back(d);
+      floors[k].push_back(f);
+    }
+  }
+  std::printf("Against the transport floor, %d repeats of %d s per kind and side "
+              "(ratio daemon / floor: median over repeats [lowest-highest]; times in us, "
+              "medians over repeats):\n", repeats, seconds);
+  std::printf("| kind        | bytes   | median ratio        | p99 ratio           | daemon median | floor median | daemon p99 | floor p99 |\n");
+  auto mid = [](std::vector<double> v) {
+    std::sort(v.begin(), v.end());
+    return v[v.size() / 2];
+  };
+  for (const std::string& k : kinds) {
+    if (medians[k].empty()) {
+      std::printf("| %-11s | none matched |\n", k.c_str());
+      continue;
+    }
+    std::vector<double> dm, fm, dp, fp;
+    for (const Row& row : daemons[k]) dm.push_back(row.Median()), dp.push_back(row.P99());
+    for (const Row& row : floors[k]) fm.push_back(row.Median()), fp.push_back(row.P99());
+    const auto range = [&](const std::vector<double>& v) {
+      return std::make_pair(*std::min_element(v.begin(), v.end()), *std::max_element(v.begin(), v.end()));
+    };
+    const auto mr = range(medians[k]), pr = range(p99s[k]);
+    std::printf("| %-11s | %7zu | %4.2f [%4.2f-%4.2f] | %4.2f [%4.2f-%4.2f] | %6.0f | %6.0f | %6.0f | %6.0f |\n",
+                k.c_str(), daemons[k].front().bytes, mid(medians[k]), mr.first, mr.second, mid(p99s[k]),
+                pr.first, pr.second, mid(dm), mid(fm), mid(dp), mid(fp));
+  }
+  forwarder.Signal(SIGTERM);
+  forwarder.WaitExit(Ms(5000));
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+  if (argc == 2 && std::strcmp(argv[1], live_floor::kForwarderOption) == 0) {
+    std::vector<std::unique_ptr<kv_dolby_metadata_t>> records;
+    for (const char* k : kKinds) records.push_back(KindRecord(k));
+    return live_floor::RunForwarder(records);
+  }
   long records = -1;
+  int floorRepeats = 0;
   int seconds = 10;
   int idle = 20;
   std::string kind = "ddp";
@@ -206,6 +295,8 @@ int main(int argc, char** argv) {
       seconds = std::atoi(value);
     } else if (value != nullptr && std::strcmp(argv[i], "--idle") == 0) {
       idle = std::atoi(value);
+    } else if (value != nullptr && std::strcmp(argv[i], "--floor") == 0) {
+      floorRepeats = std::atoi(value);
     } else if (value != nullptr && std::strcmp(argv[i], "--kind") == 0) {
       kind = value;
     } else {
@@ -236,7 +327,7 @@ int main(int argc, char** argv) {
       [&] { harness::Send(peers.hwm, topic::kHwmDlbZoom, "{}"); }, peers.out, Ms(10000),
       [](const Message& m) { return m.payload == harness::StateText("Decoding", "Dolby Zoom"); });
   auto first = harness::SendUntil(
-      [&] { Send(peers, typical.get(), 0); }, peers.out, Ms(10000),
+      [&] { Send(peers.decoder, typical.get(), 0); }, peers.out, Ms(10000),
       [](const Message& m) { return m.topic == topic::kDolbyMetadataGrp; });
   if (!decoding || !first) {
     std::fprintf(stderr, "bench_live: the daemon did not start decoding (run inside netns-run.sh)\n");
@@ -259,7 +350,8 @@ int main(int argc, char** argv) {
   std::printf("60 records/s for %d s per kind (latency in us, CPU per record in us):\n", seconds);
   std::printf("| kind        | bytes   | docs | median | p99    | max    | CPU/rec | CPU    |\n");
   long seq = records + 1;
-  for (const std::string& k : kinds) Paced(peers, pid, k, seconds, seq);
+  for (const std::string& k : kinds) PrintRow(k, Paced(peers.decoder, peers.out, pid, k, seconds, seq));
+  if (floorRepeats > 0) FloorRatios(peers, pid, kinds, seconds, floorRepeats, seq);
 
   if (idle > 0) {
     while (harness::Receive(peers.out, Ms(100))) {

@@ -18,6 +18,8 @@ PACKAGES=(
   systemd
   # Package test: records the daemon's system calls against the unit's filter
   strace
+  # scripts/bench-instructions.sh: callgrind counts instructions per record (and its headers)
+  valgrind
   # scripts/fuzz.sh: clang with libFuzzer for the fuzz targets
   clang
   libfuzzer-14-dev
