@@ -41,6 +41,7 @@ usage() { sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; }
 die() { echo "package-test: $1" >&2; exit "${2:-1}"; }
 
 unit_path=usr/lib/systemd/system/plovrestd.service
+exporter_unit_path=usr/lib/systemd/system/plovrest-exporter.service
 
 # ---------------------------------------------------------------------------
 # Inside the namespace (step 5): ROOT is the unpacked packages, WORK scratch.
@@ -188,7 +189,8 @@ cmake --build "$build_dir" -j"$(nproc)"
 (cd "$build_dir" && cpack -B "$work/cpack" >"$work/cpack.log") || { cat "$work/cpack.log"; die "cpack failed"; }
 debs=("$work"/cpack/*.deb)
 names="$(for d in "${debs[@]}"; do dpkg-deb -f "$d" Package; done | sort | tr '\n' ' ')"
-check "cpack builds plovrest-tools and plovrestd ($names)" test "$names" = "plovrest-tools plovrestd "
+check "cpack builds plovrest-exporter, plovrest-tools and plovrestd ($names)" \
+  test "$names" = "plovrest-exporter plovrest-tools plovrestd "
 architecture() {
   local d depends
   for d in "${debs[@]}"; do
@@ -225,7 +227,9 @@ contents() {
            etc/default/plovrestd usr/share/man/man8/plovrestd.8.gz \
            usr/share/man/man1/plovrest-sim.1.gz usr/share/man/man1/plovrest-tap.1.gz \
            usr/share/doc/plovrestd/copyright usr/share/doc/plovrestd/changelog.Debian.gz \
-           usr/share/doc/plovrest-tools/copyright usr/share/doc/plovrest-tools/changelog.Debian.gz; do
+           usr/share/doc/plovrest-tools/copyright usr/share/doc/plovrest-tools/changelog.Debian.gz \
+           usr/bin/plovrest-exporter "$exporter_unit_path" usr/share/man/man1/plovrest-exporter.1.gz \
+           usr/share/plovrest-exporter/prometheus/plovrest.rules.yml usr/share/doc/plovrest-exporter/copyright; do
     [ -e "$root/$f" ] || { echo "missing /$f"; missing=1; }
   done
   grep -qx /etc/default/plovrestd "$work/control/conffiles" || { echo "conffiles lacks /etc/default/plovrestd"; missing=1; }
@@ -243,7 +247,7 @@ machine() {
     armhf) want="ARM, EABI5" ;;
     *) want="$arch" ;;
   esac
-  for f in plovrestd plovrest-sim plovrest-tap; do
+  for f in plovrestd plovrest-sim plovrest-tap plovrest-exporter; do
     file -b "$root/usr/bin/$f" | tee /dev/stderr | grep -q "$want" || return 1
   done
 }
@@ -256,6 +260,16 @@ unit_names_package_files() {
   [ -x "$root$exec" ] && [ -f "$root$env" ] && [ "$exec" = /usr/bin/plovrestd ] && [ "$env" = /etc/default/plovrestd ]
 }
 check "unit's ExecStart and EnvironmentFile are the package's files" unit_names_package_files
+# The exporter starts after the daemon and survives its restarts: Wants=,
+# never Requires=, BindsTo= or PartOf=; it reads the daemon's settings file.
+exporter_unit() {
+  local u="$root/$exporter_unit_path" exec
+  exec="$(sed -n 's/^ExecStart=\([^ ]*\).*/\1/p' "$u")"
+  grep -x 'After=plovrestd.service.*' "$u" && grep -x 'Wants=plovrestd.service' "$u" &&
+    ! grep -E '^(Requires|BindsTo|PartOf|Requisite)=' "$u" && [ "$exec" = /usr/bin/plovrest-exporter ] &&
+    grep -x "ExecStart=$exec --settings /etc/default/plovrestd" "$u"
+}
+check "exporter unit: after plovrestd, Wants= only, the package's binary and the daemon's settings" exporter_unit
 
 # 4. systemd-analyze on the unpacked unit. The scratch root gets what a
 # Debian system around the package has: systemd's own units and /bin/mkdir.
@@ -263,14 +277,16 @@ cp -a /lib/systemd/system/. "$root/usr/lib/systemd/system/"
 cp /usr/bin/mkdir "$root/usr/bin/"
 [ -e "$root/bin" ] || ln -s usr/bin "$root/bin"
 [ -e "$root/lib" ] || ln -s usr/lib "$root/lib"
-check "systemd-analyze verify" env MANPATH="$root/usr/share/man" systemd-analyze verify --root="$root" plovrestd.service
 security() {
   local out
-  out="$(systemd-analyze security --offline=true --root="$root" --threshold=20 plovrestd.service 2>&1)" || { echo "$out"; return 1; }
+  out="$(systemd-analyze security --offline=true --root="$root" --threshold=20 "$1" 2>&1)" || { echo "$out"; return 1; }
   echo "$out" | tail -n 1
 }
-check "systemd-analyze security --offline: exposure at most 2.0 (OK)" security
-echo "      $(systemd-analyze security --offline=true --root="$root" plovrestd.service 2>/dev/null | tail -n 1 | sed 's/^→ //')"
+for service in plovrestd.service plovrest-exporter.service; do
+  check "systemd-analyze verify $service" env MANPATH="$root/usr/share/man" systemd-analyze verify --root="$root" "$service"
+  check "systemd-analyze security --offline $service: exposure at most 2.0 (OK)" security "$service"
+  echo "      $(systemd-analyze security --offline=true --root="$root" "$service" 2>/dev/null | tail -n 1 | sed 's/^→ //')"
+done
 
 # 5. The daemon as the unit starts it.
 inside_status=0

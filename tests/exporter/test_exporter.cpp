@@ -107,7 +107,7 @@ TEST(ExporterState, EachStreamKindGivesItsKeyMetadata) {
         "plovrest_datarate_bytes_per_second{slot=\"1\",stream=\"0\"} 56000",
         "plovrest_lfeon_code{slot=\"1\",stream=\"0\"} 1"}},
       {"status-dolby-e.json", "DolbyMetadataGrpRepub",
-       {"plovrest_stream_type{slot=\"1\",type=\"Dolby E\"} 1", "plovrest_prg_count{slot=\"1\"} 3",
+       {"plovrest_stream_type{slot=\"1\",type=\"Dolby E\"} 1", "plovrest_prgs{slot=\"1\"} 3",
         "plovrest_dialnorm_decibels{slot=\"1\",program=\"0\"} 27",
         "plovrest_frame_rate_info{slot=\"1\",ex_data=\"0\",text=\"25 fps\"} 1"}},
       {"status-ac4.json", "DolbyMetadataGrp",

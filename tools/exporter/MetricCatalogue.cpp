@@ -206,7 +206,10 @@ MetricCatalogue::MetricCatalogue() {
     ItemPath path;
     path.itemId = id;
     path.title = title;
-    const std::string stem = "plovrest_" + SnakeCase(id);
+    std::string stem = "plovrest_" + SnakeCase(id);
+    // "_count" is the suffix of a summary's or histogram's count: a count
+    // item is named by what it counts ("prg_count" -> "prgs").
+    if (stem.size() > 6 && stem.compare(stem.size() - 6, 6, "_count") == 0) stem.replace(stem.size() - 6, 6, "s");
     if (type != "string") {
       path.valueFamily = table.empty() ? stem + base->suffix : stem + "_code";
       path.scale = table.empty() ? base->scale : 1;
