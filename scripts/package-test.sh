@@ -197,8 +197,9 @@ architecture() {
     depends="$(dpkg-deb -f "$d" Depends)"
     echo "$(basename "$d"): Architecture $(dpkg-deb -f "$d" Architecture); Depends $depends"
     [ "$(dpkg-deb -f "$d" Architecture)" = "$arch" ] && [[ "$d" == *"_$arch.deb" ]] || return 1
-    # dpkg-shlibdeps found the libraries (both packages link CZMQ).
-    [[ "$depends" == *libczmq4* ]] || return 1
+    # dpkg-shlibdeps found the libraries (every package links ZeroMQ, the
+    # daemon and the tools through CZMQ).
+    [[ "$depends" == *libczmq4* || "$depends" == *libzmq5* ]] || return 1
   done
 }
 check "packages are for $arch, with the libraries' packages as dependencies" architecture
