@@ -172,6 +172,36 @@ TEST(Exposition, FormatsAndEscapes) {
   EXPECT_FALSE(exporter::WantsOpenMetrics("text/plain;version=0.0.4;q=1,*/*;q=0.1"));
 }
 
+TEST(ExporterOptions, UsageNamesEveryOptionAndBadOnesAreRefused) {
+  for (const tools::OptionSpec& spec : exporter::ExporterOptionSpecs())
+    EXPECT_THAT(exporter::ExporterUsage(), HasSubstr(std::string("--") + spec.longName)) << spec.longName;
+  struct Case {
+    std::vector<std::string> args;
+    const char* error;  // empty: accepted
+  } cases[] = {
+      {{"--http", "[::1]:0"}, ""},
+      {{"--http", "70000"}, "--http: '70000' is not [ADDR:]PORT"},
+      {{"--http", ":80"}, "--http: ':80' is not [ADDR:]PORT"},
+      {{"--endpoint", "localhost"}, "--endpoint: 'localhost' is not an endpoint URL"},
+      {{"--settings", ""}, "--settings: needs a file name"},
+      {{"--port", "1"}, "--port"},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> words = {"plovrest-exporter"};
+    words.insert(words.end(), c.args.begin(), c.args.end());
+    std::vector<char*> argv;
+    for (std::string& w : words) argv.push_back(&w[0]);
+    exporter::ExporterOptions options;
+    std::string error;
+    const bool ok = exporter::ParseExporterOptions(static_cast<int>(argv.size()), argv.data(), options, error);
+    EXPECT_EQ(ok, *c.error == '\0') << c.args[0] << ": " << error;
+    EXPECT_THAT(error, HasSubstr(c.error));
+    if (ok) {
+      EXPECT_EQ(options.httpHost, "::1");
+    }
+  }
+}
+
 TEST(ExporterOptions, SlotFromTheSettingsFile) {
   struct Case {
     const char* text;

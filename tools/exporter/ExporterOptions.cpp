@@ -28,10 +28,15 @@ const char* ExporterUsage() {
          "2 bad arguments, 5 a settings file whose slot is not 0 to 3.\n";
 }
 
+const std::vector<tools::OptionSpec>& ExporterOptionSpecs() {
+  static const std::vector<tools::OptionSpec> kSpecs = {{"http", 0, true},         {"endpoint", 0, true},
+                                                        {"settings", 0, true},     {"metrics-doc", 0, false},
+                                                        {"help", 'h', false},      {"version", 0, false}};
+  return kSpecs;
+}
+
 bool ParseExporterOptions(int argc, char** argv, ExporterOptions& out, std::string& error) {
-  tools::ArgParser args(argc, argv,
-                        {{"http", 0, true}, {"endpoint", 0, true}, {"settings", 0, true}, {"metrics-doc", 0, false},
-                         {"help", 'h', false}, {"version", 0, false}});
+  tools::ArgParser args(argc, argv, ExporterOptionSpecs());
   std::string name, value;
   while (args.Next(name, value)) {
     if (name == "http") {

@@ -3,6 +3,9 @@
 // settings file.
 
 #include <string>
+#include <vector>
+
+#include "common/ArgParser.h"
 
 namespace exporter {
 
@@ -26,6 +29,8 @@ struct ExporterOptions {
 // False with `error` set ("--http: ...") on a bad command line.
 bool ParseExporterOptions(int argc, char** argv, ExporterOptions& out, std::string& error);
 const char* ExporterUsage();
+// The options the parser takes (each is described in the usage text).
+const std::vector<tools::OptionSpec>& ExporterOptionSpecs();
 
 // The value of PLOVREST_SLOT in the shell-style settings `text` ("0" when it
 // is not set; quotes around the value are removed). False with `error` set
