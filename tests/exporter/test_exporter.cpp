@@ -41,10 +41,10 @@ tap::Message Msg(const std::string& topic, const std::string& payload, double ti
 }
 
 struct DiffCase {
-  const char* name;
-  const char* before;
-  const char* after;
-  const char* lines;  // expected JSON lines (time 5)
+  std::string name;
+  std::string before;
+  std::string after;
+  std::string lines;  // expected JSON lines (time 5)
 };
 
 TEST(ChangeLog, ComparesFieldByFieldWithIndicesAndWithoutTs) {
@@ -64,6 +64,8 @@ TEST(ChangeLog, ComparesFieldByFieldWithIndicesAndWithoutTs) {
        "{\"time\":5.0,\"topic\":\"T\",\"field\":\"/a~1b~0\",\"old\":1,\"new\":2}\n"},
       {"nested TS is a field", R"({"x":{"TS":1}})", R"({"x":{"TS":2}})",
        "{\"time\":5.0,\"topic\":\"T\",\"field\":\"/x/TS\",\"old\":1,\"new\":2}\n"},
+      {"long value", R"({"a":1})", R"({"a":[")" + std::string(1100, 'x') + R"("]})",
+       "{\"time\":5.0,\"topic\":\"T\",\"field\":\"/a\",\"old\":1,\"new\":\"(array of 1104 bytes)\"}\n"},
       {"not UTF-8", "{\"n\":\"a\"}", "{\"n\":\"\xff\"}",
        "{\"time\":5.0,\"topic\":\"T\",\"field\":\"/n\",\"old\":\"a\",\"new\":\"\\\"\\\\xFF\\\"\"}\n"},
   };
@@ -143,6 +145,7 @@ TEST(ExporterState, StateUpCountsAndChanges) {
   verdict.kind = tap::DocCheck::Kind::Schema;
   state.Take(Msg("DolbyMetadataGrp", R"({"TS":1,"a":1})"), verdict, 102);
   state.Take(Msg("DolbyMetadataGrp", R"({"TS":2,"a":2})", 1234.5), tap::DocCheck(), 103);
+  state.Take(Msg("DolbyMetadataGrpX", R"({"TS":2,"a":3})"), tap::DocCheck(), 103);  // not the daemon's
   text = state.Metrics(false, 104);
   EXPECT_THAT(text, HasSubstr("plovrest_documents_total{slot=\"0\",topic=\"DolbyMetadataGrp\"} 3"));
   EXPECT_THAT(text, HasSubstr("plovrest_documents_cut_total{slot=\"0\",topic=\"DolbyMetadataGrp\"} 1"));

@@ -32,6 +32,16 @@ std::string LineValue(const std::string& json) {
   return buf.GetString();
 }
 
+// The value as compact JSON, or "null" for none; longer than kMaxChangeValue:
+// "\"(object of N bytes)\"" and the like.
+std::string Kept(const rapidjson::Value* value) {
+  if (value == nullptr) return "null";
+  std::string text = tools::CompactJson(*value);
+  if (text.size() <= kMaxChangeValue) return text;
+  return "\"(" + std::string(value->IsObject() ? "object" : value->IsArray() ? "array" : "text") + " of " +
+         std::to_string(text.size()) + " bytes)\"";
+}
+
 }  // namespace
 
 ChangeLog::ChangeLog(std::size_t history, std::size_t fields) : mHistoryLimit(history), mFieldLimit(fields) {}
@@ -49,8 +59,7 @@ void ChangeLog::Record(const std::string& topic, const std::string& field, const
   }
   if (mHistoryLimit == 0) return;
   if (mHistory.size() == mHistoryLimit) mHistory.pop_front();
-  mHistory.push_back({time, topic, field, from != nullptr ? tools::CompactJson(*from) : "null",
-                      to != nullptr ? tools::CompactJson(*to) : "null"});
+  mHistory.push_back({time, topic, field, Kept(from), Kept(to)});
 }
 
 void ChangeLog::Diff(const std::string& topic, const rapidjson::Value* a, const rapidjson::Value* b,

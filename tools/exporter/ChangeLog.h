@@ -18,7 +18,12 @@ struct Change {
   std::string field;  // JSON pointer, e.g. "/Streams/0/0/BitstreamInfo/ExData/0/Dialnorm/Data"
   std::string from;   // compact JSON of the old value; "null" when the field is new
   std::string to;     // compact JSON of the new value; "null" when the field is gone
+                      // (a value longer than kMaxChangeValue: a string saying its kind and size)
 };
+
+// Longest value text a change keeps: a member that appears or goes can be a
+// whole section of a document (hundreds of kilobytes for the largest ED2).
+constexpr std::size_t kMaxChangeValue = 1024;
 
 struct FieldCount {
   double count = 0;

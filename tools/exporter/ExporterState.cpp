@@ -1,5 +1,7 @@
 #include "exporter/ExporterState.h"
 
+#include <algorithm>
+
 #include "Catalogue.h"
 #include "Record/DolbyMetadataRecord.h"
 #include "Shared/Topics.h"
@@ -115,7 +117,15 @@ void ExporterState::TakeDocument(const std::string& document, const rapidjson::V
   }
 }
 
+const std::vector<std::string>& ExporterState::Topics() {
+  static const std::vector<std::string> kTopics = {topic::kDolbyProcStatus, topic::kDolbyMetadataGrp,
+                                                   topic::kDolbyMetadataGrpRepub, topic::kDolbyPAData};
+  return kTopics;
+}
+
 void ExporterState::Take(const tap::Message& message, const tap::DocCheck& verdict, double now) {
+  const auto& topics = Topics();
+  if (std::find(topics.begin(), topics.end(), message.topic) == topics.end()) return;
   rapidjson::Document doc;
   std::string error;
   const bool json = verdict.kind != tap::DocCheck::Kind::Cut && tools::ParseJsonText(message.payload, doc, error) &&

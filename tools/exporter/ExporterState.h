@@ -23,7 +23,11 @@ class ExporterState {
   // `slot` labels every series; `version` goes into plovrest_build_info.
   ExporterState(std::string slot, std::string version);
 
-  // Takes one received message with its verdict; `now` is a steady clock in
+  // The topics the daemon publishes on; the exporter subscribes to these.
+  static const std::vector<std::string>& Topics();
+
+  // Takes one received message with its verdict (one on any other topic is
+  // ignored, so that what the exporter keeps stays bounded); `now` is a steady clock in
   // seconds (for plovrest_up), message.time the wall-clock arrival time.
   void Take(const tap::Message& message, const tap::DocCheck& verdict, double now);
 

@@ -55,7 +55,7 @@ int main(int argc, char** argv) {
   exporter::ExporterState state(slot, kVersion);
   tap::Subscriber subscriber;
   const std::string endpoint = options.endpoint.empty() ? tap::DaemonEndpoint() : options.endpoint;
-  if (!subscriber.Connect(endpoint, {}, error)) {
+  if (!subscriber.Connect(endpoint, exporter::ExporterState::Topics(), error)) {
     std::fprintf(stderr, "plovrest-exporter: %s\n", error.c_str());
     return tools::kExitFailure;
   }
