@@ -13,7 +13,6 @@ namespace {
 // Walks a document, handing each item object ("Data" member) with its path
 // in the catalogue's form and the indices of every "[n]" on it.
 struct Walker {
-  const std::string& document;
   const std::multimap<std::string, const ItemPath*>& index;
   std::vector<std::pair<std::string, const ItemPath*>>& found;  // (title, item) per hit
   std::vector<std::vector<unsigned>>& foundIndices;
@@ -92,7 +91,7 @@ void ExporterState::TakeDocument(const std::string& document, const rapidjson::V
   std::vector<std::pair<std::string, const ItemPath*>> found;
   std::vector<std::vector<unsigned>> indices;
   std::vector<const rapidjson::Value*> values;
-  Walker walker{document, PathIndex(), found, indices, values, document + ":", {}};
+  Walker walker{PathIndex(), found, indices, values, document + ":", {}};
   walker.Visit(doc);
   for (std::size_t k = 0; k < found.size(); ++k) {
     const ItemPath& item = *found[k].second;
