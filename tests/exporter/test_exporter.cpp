@@ -176,8 +176,8 @@ TEST(Exposition, FormatsAndEscapes) {
 }
 
 TEST(ExporterOptions, UsageNamesEveryOptionAndBadOnesAreRefused) {
-  for (const tools::OptionSpec& spec : exporter::ExporterOptionSpecs())
-    EXPECT_THAT(exporter::ExporterUsage(), HasSubstr(std::string("--") + spec.longName)) << spec.longName;
+  for (const tools::OptionSpec& option : exporter::ExporterOptionSpecs())
+    EXPECT_THAT(exporter::ExporterUsage(), HasSubstr(std::string("--") + option.longName)) << option.longName;
   struct Case {
     std::vector<std::string> args;
     const char* error;  // empty: accepted

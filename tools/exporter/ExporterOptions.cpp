@@ -29,10 +29,10 @@ const char* ExporterUsage() {
 }
 
 const std::vector<tools::OptionSpec>& ExporterOptionSpecs() {
-  static const std::vector<tools::OptionSpec> kSpecs = {{"http", 0, true},         {"endpoint", 0, true},
+  static const std::vector<tools::OptionSpec> kOptions = {{"http", 0, true},         {"endpoint", 0, true},
                                                         {"settings", 0, true},     {"metrics-doc", 0, false},
                                                         {"help", 'h', false},      {"version", 0, false}};
-  return kSpecs;
+  return kOptions;
 }
 
 bool ParseExporterOptions(int argc, char** argv, ExporterOptions& out, std::string& error) {
