@@ -78,6 +78,12 @@ while [ ${#checked[@]} -lt 6 ]; do
 done
 
 await 'plovrest_decoder_state{slot="2",state="Decoding"} == 1'
+# The server loaded every shipped alert rule.
+rules="$(curl -sf "http://$prom/api/v1/rules" |
+         python3 -c 'import json,sys; print(sum(len(g["rules"]) for g in json.load(sys.stdin)["data"]["groups"]))')"
+[ "$rules" = "$(grep -c '^ *- alert:' "$src/packaging/prometheus/plovrest.rules.yml")" ] ||
+  fail "the server loaded $rules alert rules"
+say "alert rules loaded: $rules"
 await 'count(max_over_time(plovrest_stream_type{slot="2"}[5m]) == 1) >= 6'
 await 'changes(plovrest_type_id{slot="2"}[5m]) >= 5'
 
