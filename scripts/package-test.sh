@@ -17,7 +17,8 @@
 #      it; with the queue folder emptied and made anew a new tap receives a
 #      document within 3 s; SIGTERM stops it as systemd does. Every system
 #      call it made is one the unit's SystemCallFilter allows, every socket of
-#      an allowed family.
+#      an allowed family. The unpacked exporter, started as its unit starts
+#      it, serves the daemon's state with the settings' slot, promtool-clean.
 #
 # A board's build (scripts/test.sh --arch ARCH, build-ARCH) gives the board's
 # packages: they must carry its architecture and hold its binaries, and its
@@ -125,6 +126,21 @@ s.bind(sys.argv[1]); s.settimeout(20); print(s.recv(256).decode())' "$work/notif
   # The queue folder emptied and made anew: a new subscriber within 3 s.
   if rm -rf "$work/host-run/shm/mq" && mkdir "$work/host-run/shm/mq" &&
     "$root/usr/bin/plovrest-tap" --jsonl --count 1 --timeout 3 >/dev/null; then echo "result: healed"; fi
+  # The exporter as its unit starts it (its paths inside the unpacked root):
+  # the card's slot from the settings file, the state "Decoding", output
+  # that promtool accepts.
+  read -r -a words <<<"$(sed -n 's/^ExecStart=//p' "$root/$exporter_unit_path")"
+  "${words[@]/#\//$root/}" 2>/dev/null &
+  exporter=$!
+  for _ in $(seq 40); do
+    metrics="$(curl -sf http://127.0.0.1:8639/metrics)" || true
+    [[ "$metrics" != *"plovrest_decoder_state{slot=\"$slot\",state=\"Decoding\"} 1"* ]] || break
+    sleep 0.5
+  done
+  echo "package-test: exporter: $(grep -c '^plovrest' <<<"$metrics") series, $(grep '^plovrest_decoder_state.* 1$' <<<"$metrics")"
+  if [[ "$metrics" == *"state=\"Decoding\"} 1"* ]] && promtool check metrics <<<"$metrics"; then echo "result: exporter"; fi
+  kill -TERM "$exporter" 2>/dev/null || true
+  wait "$exporter" 2>/dev/null || true
   wait "$receiver" || true
   echo "result: notified $(cat "$work/notified")"
   [ ! -S /run/shm/mq/dlbMetadataPub.ipc ] || echo "result: bound"
@@ -301,6 +317,8 @@ received() {
 check "daemon binds /run/shm/mq/dlbMetadataPub.ipc and publishes a document" received
 check "daemon notifies READY=1 (Type=notify)" grep -qx "result: notified READY=1" "$work/inside.log"
 check "daemon binds its endpoint again when the queue folder is made anew" grep -qx "result: healed" "$work/inside.log"
+check "the exporter as its unit starts it: the card's slot, \"Decoding\", promtool check metrics clean" \
+  grep -qx "result: exporter" "$work/inside.log"
 stopped() {
   local last status
   last="$(grep -v '^$' "$work/daemon.log" | tail -n 1)"
