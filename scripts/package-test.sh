@@ -87,7 +87,7 @@ if [ "${1:-}" = "--inside" ]; then
 
   # Where the results go, opened before the file system turns read-only and
   # /tmp private; the rest is printed for the caller.
-  exec 3>"$work/daemon.log" 4>"$work/syscalls"
+  exec 3>"$work/daemon.log" 4>"$work/syscalls" 5>"$work/exporter-syscalls"
 
   # ProtectSystem=strict with the unit's ReadWritePaths=, PrivateTmp=yes. /run
   # as on Debian 12: a tmpfs in which the unit's ExecStartPre makes /run/shm
@@ -130,7 +130,9 @@ s.bind(sys.argv[1]); s.settimeout(20); print(s.recv(256).decode())' "$work/notif
   # the card's slot from the settings file, the state "Decoding", output
   # that promtool accepts.
   read -r -a words <<<"$(sed -n 's/^ExecStart=//p' "$root/$exporter_unit_path")"
-  "${words[@]/#\//$root/}" 2>/dev/null &
+  traced=()
+  [ ${#tracer[@]} -eq 0 ] || traced=(strace -f -qq -o /dev/fd/5)
+  "${traced[@]}" "${words[@]/#\//$root/}" 2>/dev/null &
   exporter=$!
   for _ in $(seq 40); do
     metrics="$(curl -sf http://127.0.0.1:8639/metrics)" || true
@@ -139,7 +141,9 @@ s.bind(sys.argv[1]); s.settimeout(20); print(s.recv(256).decode())' "$work/notif
   done
   echo "package-test: exporter: $(grep -c '^plovrest' <<<"$metrics") series, $(grep '^plovrest_decoder_state.* 1$' <<<"$metrics")"
   if [[ "$metrics" == *"state=\"Decoding\"} 1"* ]] && promtool check metrics <<<"$metrics"; then echo "result: exporter"; fi
-  kill -TERM "$exporter" 2>/dev/null || true
+  target="$exporter"
+  [ ${#traced[@]} -eq 0 ] || target="$(pgrep -f -n "^$root/usr/bin/plovrest-exporter")"
+  kill -TERM "$target" 2>/dev/null || true
   wait "$exporter" 2>/dev/null || true
   wait "$receiver" || true
   echo "result: notified $(cat "$work/notified")"
@@ -328,7 +332,8 @@ stopped() {
 }
 check "SIGTERM stops the daemon (exit status 0, \"SignalValue: 15\")" stopped
 
-# Every system call and socket family the daemon used is allowed by the unit.
+# Every system call and socket family the daemon (and the exporter) used is
+# allowed by its unit.
 expand_set() {
   local line
   systemd-analyze syscall-filter "$1" | tail -n +2 | sed 's/^ *//; /^#/d; /^$/d' |
@@ -336,11 +341,11 @@ expand_set() {
       case "$line" in @*) expand_set "$line" ;; *) echo "$line" ;; esac
     done
 }
-# The set the unit's SystemCallFilter= lines allow, in their order: the
-# first is the allow-list, "~" lines take away, others add.
+# The set the SystemCallFilter= lines of the unit $1 allow, in their order:
+# the first is the allow-list, "~" lines take away, others add.
 unit_syscalls() {
   local line sign items
-  sed -n 's/^SystemCallFilter=//p' "$root/$unit_path" >"$work/filters"
+  sed -n 's/^SystemCallFilter=//p' "$root/$1" >"$work/filters"
   : >"$work/allowed"
   while read -r line; do
     sign="+"
@@ -355,21 +360,25 @@ unit_syscalls() {
   done <"$work/filters"
   cat "$work/allowed"
 }
+# sandbox_allows UNIT TRACE
 sandbox_allows() {
   local used bad families f
-  [ -s "$work/syscalls" ] || { echo "no system call trace"; return 1; }
+  [ -s "$2" ] || { echo "no system call trace"; return 1; }
   # Lines look like "PID name(args..." or "PID <... name resumed>...".
-  used="$(sed -nE 's/^[0-9]+ +(<\.\.\. )?([a-z0-9_]+)[( ].*/\2/p' "$work/syscalls" | sort -u)"
-  bad="$(comm -23 <(echo "$used") <(unit_syscalls))"
-  families="$(grep -oE 'socket\(AF_[A-Z0-9]+' "$work/syscalls" | sed 's/socket(//' | sort -u | tr '\n' ' ')"
+  used="$(sed -nE 's/^[0-9]+ +(<\.\.\. )?([a-z0-9_]+)[( ].*/\2/p' "$2" | sort -u)"
+  bad="$(comm -23 <(echo "$used") <(unit_syscalls "$1"))"
+  families="$(grep -oE 'socket\(AF_[A-Z0-9]+' "$2" | sed 's/socket(//' | sort -u | tr '\n' ' ')"
   echo "$(echo "$used" | wc -l) system calls; socket families: $families"
   [ -z "$bad" ] || { echo "not allowed by SystemCallFilter: $bad"; return 1; }
   for f in $families; do
-    grep -q "^RestrictAddressFamilies=.*\b$f\b" "$root/$unit_path" || { echo "$f not in RestrictAddressFamilies"; return 1; }
+    grep -q "^RestrictAddressFamilies=.*\b$f\b" "$root/$1" || { echo "$f not in RestrictAddressFamilies"; return 1; }
   done
 }
 if [ -z "${QEMU_LD_PREFIX:-}" ]; then
-  check "every system call and socket family used is allowed by the unit" sandbox_allows
+  check "every system call and socket family the daemon used is allowed by its unit" \
+    sandbox_allows "$unit_path" "$work/syscalls"
+  check "every system call and socket family the exporter used is allowed by its unit" \
+    sandbox_allows "$exporter_unit_path" "$work/exporter-syscalls"
 else
   echo "skip  system calls against the unit's filter: under qemu, strace sees the emulator's"
 fi
