@@ -223,7 +223,8 @@ Every key path with its type, code table, meaning and presence is in the
 Every key, title, code table and text of the documents, as the renderers
 compile them in, is in [catalogue.json](catalogue.json) (`plovrest-tap --catalogue`):
 each table with its stream kinds and its text for an unknown code, each item
-with its key paths, the JSON type of its "Data" and its unit.
+with its key paths, the JSON type of its "Data" and its unit. The Prometheus
+metrics that `plovrest-exporter` derives from it are in [metrics.md](metrics.md).
 A NaN or infinite float cuts a document short where it stands, as designed:
 see the field dictionary.
 
@@ -334,6 +335,8 @@ EOF
 "$tap" --catalogue >"$dest/catalogue.json" || die "catalogue failed"
 python3 "$repo/docs/schema/gen-schemas.py" --catalogue "$dest/catalogue.json" --dictionary "$dest/fields.md" ||
   die "field dictionary failed"
+# The exporter's metrics, named and described from the same catalogue.
+"$build_dir/tools/plovrest-exporter" --metrics-doc >"$dest/metrics.md" || die "metric reference failed"
 
 if [ "$check" = 1 ]; then
   if diff -r "$out" "$dest" >"$tmp/diff" 2>&1; then

@@ -10,6 +10,7 @@ PACKAGES=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev
   iproute2 util-linux procps
   libcpp-httplib-dev  # plovrest-tap --http: the HTTP server of its browser view
+  prometheus  # plovrest-exporter tests: a real Prometheus server, promtool (check metrics, test rules)
   python3  # docs/schema/gen-schemas.py: the JSON Schemas and the field dictionary
   chromium chromium-driver python3-selenium  # the browser test and the README screenshot (headless Chromium)
   # Package test (scripts/package-test.sh): Debian's package checker

@@ -17,7 +17,8 @@
 #      it; with the queue folder emptied and made anew a new tap receives a
 #      document within 3 s; SIGTERM stops it as systemd does. Every system
 #      call it made is one the unit's SystemCallFilter allows, every socket of
-#      an allowed family.
+#      an allowed family. The unpacked exporter, started as its unit starts
+#      it, serves the daemon's state with the settings' slot, promtool-clean.
 #
 # A board's build (scripts/test.sh --arch ARCH, build-ARCH) gives the board's
 # packages: they must carry its architecture and hold its binaries, and its
@@ -41,6 +42,7 @@ usage() { sed -n '2,/^set -euo/p' "$0" | sed '$d; s/^# \{0,1\}//'; }
 die() { echo "package-test: $1" >&2; exit "${2:-1}"; }
 
 unit_path=usr/lib/systemd/system/plovrestd.service
+exporter_unit_path=usr/lib/systemd/system/plovrest-exporter.service
 
 # ---------------------------------------------------------------------------
 # Inside the namespace (step 5): ROOT is the unpacked packages, WORK scratch.
@@ -85,7 +87,7 @@ if [ "${1:-}" = "--inside" ]; then
 
   # Where the results go, opened before the file system turns read-only and
   # /tmp private; the rest is printed for the caller.
-  exec 3>"$work/daemon.log" 4>"$work/syscalls"
+  exec 3>"$work/daemon.log" 4>"$work/syscalls" 5>"$work/exporter-syscalls"
 
   # ProtectSystem=strict with the unit's ReadWritePaths=, PrivateTmp=yes. /run
   # as on Debian 12: a tmpfs in which the unit's ExecStartPre makes /run/shm
@@ -124,6 +126,25 @@ s.bind(sys.argv[1]); s.settimeout(20); print(s.recv(256).decode())' "$work/notif
   # The queue folder emptied and made anew: a new subscriber within 3 s.
   if rm -rf "$work/host-run/shm/mq" && mkdir "$work/host-run/shm/mq" &&
     "$root/usr/bin/plovrest-tap" --jsonl --count 1 --timeout 3 >/dev/null; then echo "result: healed"; fi
+  # The exporter as its unit starts it (its paths inside the unpacked root):
+  # the card's slot from the settings file, the state "Decoding", output
+  # that promtool accepts.
+  read -r -a words <<<"$(sed -n 's/^ExecStart=//p' "$root/$exporter_unit_path")"
+  traced=()
+  [ ${#tracer[@]} -eq 0 ] || traced=(strace -f -qq -o /dev/fd/5)
+  "${traced[@]}" "${words[@]/#\//$root/}" 2>/dev/null &
+  exporter=$!
+  for _ in $(seq 40); do
+    metrics="$(curl -sf http://127.0.0.1:8639/metrics)" || true
+    [[ "$metrics" != *"plovrest_decoder_state{slot=\"$slot\",state=\"Decoding\"} 1"* ]] || break
+    sleep 0.5
+  done
+  echo "package-test: exporter: $(grep -c '^plovrest' <<<"$metrics") series, $(grep '^plovrest_decoder_state.* 1$' <<<"$metrics")"
+  if [[ "$metrics" == *"state=\"Decoding\"} 1"* ]] && promtool check metrics <<<"$metrics"; then echo "result: exporter"; fi
+  target="$exporter"
+  [ ${#traced[@]} -eq 0 ] || target="$(pgrep -f -n "^$root/usr/bin/plovrest-exporter")"
+  kill -TERM "$target" 2>/dev/null || true
+  wait "$exporter" 2>/dev/null || true
   wait "$receiver" || true
   echo "result: notified $(cat "$work/notified")"
   [ ! -S /run/shm/mq/dlbMetadataPub.ipc ] || echo "result: bound"
@@ -188,15 +209,17 @@ cmake --build "$build_dir" -j"$(nproc)"
 (cd "$build_dir" && cpack -B "$work/cpack" >"$work/cpack.log") || { cat "$work/cpack.log"; die "cpack failed"; }
 debs=("$work"/cpack/*.deb)
 names="$(for d in "${debs[@]}"; do dpkg-deb -f "$d" Package; done | sort | tr '\n' ' ')"
-check "cpack builds plovrest-tools and plovrestd ($names)" test "$names" = "plovrest-tools plovrestd "
+check "cpack builds plovrest-exporter, plovrest-tools and plovrestd ($names)" \
+  test "$names" = "plovrest-exporter plovrest-tools plovrestd "
 architecture() {
   local d depends
   for d in "${debs[@]}"; do
     depends="$(dpkg-deb -f "$d" Depends)"
     echo "$(basename "$d"): Architecture $(dpkg-deb -f "$d" Architecture); Depends $depends"
     [ "$(dpkg-deb -f "$d" Architecture)" = "$arch" ] && [[ "$d" == *"_$arch.deb" ]] || return 1
-    # dpkg-shlibdeps found the libraries (both packages link CZMQ).
-    [[ "$depends" == *libczmq4* ]] || return 1
+    # dpkg-shlibdeps found the libraries (every package links ZeroMQ, the
+    # daemon and the tools through CZMQ).
+    [[ "$depends" == *libczmq4* || "$depends" == *libzmq5* ]] || return 1
   done
 }
 check "packages are for $arch, with the libraries' packages as dependencies" architecture
@@ -225,7 +248,9 @@ contents() {
            etc/default/plovrestd usr/share/man/man8/plovrestd.8.gz \
            usr/share/man/man1/plovrest-sim.1.gz usr/share/man/man1/plovrest-tap.1.gz \
            usr/share/doc/plovrestd/copyright usr/share/doc/plovrestd/changelog.Debian.gz \
-           usr/share/doc/plovrest-tools/copyright usr/share/doc/plovrest-tools/changelog.Debian.gz; do
+           usr/share/doc/plovrest-tools/copyright usr/share/doc/plovrest-tools/changelog.Debian.gz \
+           usr/bin/plovrest-exporter "$exporter_unit_path" usr/share/man/man1/plovrest-exporter.1.gz \
+           usr/share/plovrest-exporter/prometheus/plovrest.rules.yml usr/share/doc/plovrest-exporter/copyright; do
     [ -e "$root/$f" ] || { echo "missing /$f"; missing=1; }
   done
   grep -qx /etc/default/plovrestd "$work/control/conffiles" || { echo "conffiles lacks /etc/default/plovrestd"; missing=1; }
@@ -243,7 +268,7 @@ machine() {
     armhf) want="ARM, EABI5" ;;
     *) want="$arch" ;;
   esac
-  for f in plovrestd plovrest-sim plovrest-tap; do
+  for f in plovrestd plovrest-sim plovrest-tap plovrest-exporter; do
     file -b "$root/usr/bin/$f" | tee /dev/stderr | grep -q "$want" || return 1
   done
 }
@@ -256,6 +281,16 @@ unit_names_package_files() {
   [ -x "$root$exec" ] && [ -f "$root$env" ] && [ "$exec" = /usr/bin/plovrestd ] && [ "$env" = /etc/default/plovrestd ]
 }
 check "unit's ExecStart and EnvironmentFile are the package's files" unit_names_package_files
+# The exporter starts after the daemon and survives its restarts: Wants=,
+# never Requires=, BindsTo= or PartOf=; it reads the daemon's settings file.
+exporter_unit() {
+  local u="$root/$exporter_unit_path" exec
+  exec="$(sed -n 's/^ExecStart=\([^ ]*\).*/\1/p' "$u")"
+  grep -x 'After=plovrestd.service.*' "$u" && grep -x 'Wants=plovrestd.service' "$u" &&
+    ! grep -E '^(Requires|BindsTo|PartOf|Requisite)=' "$u" && [ "$exec" = /usr/bin/plovrest-exporter ] &&
+    grep -x "ExecStart=$exec --settings /etc/default/plovrestd" "$u"
+}
+check "exporter unit: after plovrestd, Wants= only, the package's binary and the daemon's settings" exporter_unit
 
 # 4. systemd-analyze on the unpacked unit. The scratch root gets what a
 # Debian system around the package has: systemd's own units and /bin/mkdir.
@@ -263,14 +298,16 @@ cp -a /lib/systemd/system/. "$root/usr/lib/systemd/system/"
 cp /usr/bin/mkdir "$root/usr/bin/"
 [ -e "$root/bin" ] || ln -s usr/bin "$root/bin"
 [ -e "$root/lib" ] || ln -s usr/lib "$root/lib"
-check "systemd-analyze verify" env MANPATH="$root/usr/share/man" systemd-analyze verify --root="$root" plovrestd.service
 security() {
   local out
-  out="$(systemd-analyze security --offline=true --root="$root" --threshold=20 plovrestd.service 2>&1)" || { echo "$out"; return 1; }
+  out="$(systemd-analyze security --offline=true --root="$root" --threshold=20 "$1" 2>&1)" || { echo "$out"; return 1; }
   echo "$out" | tail -n 1
 }
-check "systemd-analyze security --offline: exposure at most 2.0 (OK)" security
-echo "      $(systemd-analyze security --offline=true --root="$root" plovrestd.service 2>/dev/null | tail -n 1 | sed 's/^→ //')"
+for service in plovrestd.service plovrest-exporter.service; do
+  check "systemd-analyze verify $service" env MANPATH="$root/usr/share/man" systemd-analyze verify --root="$root" "$service"
+  check "systemd-analyze security --offline $service: exposure at most 2.0 (OK)" security "$service"
+  echo "      $(systemd-analyze security --offline=true --root="$root" "$service" 2>/dev/null | tail -n 1 | sed 's/^→ //')"
+done
 
 # 5. The daemon as the unit starts it.
 inside_status=0
@@ -284,6 +321,8 @@ received() {
 check "daemon binds /run/shm/mq/dlbMetadataPub.ipc and publishes a document" received
 check "daemon notifies READY=1 (Type=notify)" grep -qx "result: notified READY=1" "$work/inside.log"
 check "daemon binds its endpoint again when the queue folder is made anew" grep -qx "result: healed" "$work/inside.log"
+check "the exporter as its unit starts it: the card's slot, \"Decoding\", promtool check metrics clean" \
+  grep -qx "result: exporter" "$work/inside.log"
 stopped() {
   local last status
   last="$(grep -v '^$' "$work/daemon.log" | tail -n 1)"
@@ -293,7 +332,8 @@ stopped() {
 }
 check "SIGTERM stops the daemon (exit status 0, \"SignalValue: 15\")" stopped
 
-# Every system call and socket family the daemon used is allowed by the unit.
+# Every system call and socket family the daemon (and the exporter) used is
+# allowed by its unit.
 expand_set() {
   local line
   systemd-analyze syscall-filter "$1" | tail -n +2 | sed 's/^ *//; /^#/d; /^$/d' |
@@ -301,11 +341,11 @@ expand_set() {
       case "$line" in @*) expand_set "$line" ;; *) echo "$line" ;; esac
     done
 }
-# The set the unit's SystemCallFilter= lines allow, in their order: the
-# first is the allow-list, "~" lines take away, others add.
+# The set the SystemCallFilter= lines of the unit $1 allow, in their order:
+# the first is the allow-list, "~" lines take away, others add.
 unit_syscalls() {
   local line sign items
-  sed -n 's/^SystemCallFilter=//p' "$root/$unit_path" >"$work/filters"
+  sed -n 's/^SystemCallFilter=//p' "$root/$1" >"$work/filters"
   : >"$work/allowed"
   while read -r line; do
     sign="+"
@@ -320,21 +360,25 @@ unit_syscalls() {
   done <"$work/filters"
   cat "$work/allowed"
 }
+# sandbox_allows UNIT TRACE
 sandbox_allows() {
   local used bad families f
-  [ -s "$work/syscalls" ] || { echo "no system call trace"; return 1; }
+  [ -s "$2" ] || { echo "no system call trace"; return 1; }
   # Lines look like "PID name(args..." or "PID <... name resumed>...".
-  used="$(sed -nE 's/^[0-9]+ +(<\.\.\. )?([a-z0-9_]+)[( ].*/\2/p' "$work/syscalls" | sort -u)"
-  bad="$(comm -23 <(echo "$used") <(unit_syscalls))"
-  families="$(grep -oE 'socket\(AF_[A-Z0-9]+' "$work/syscalls" | sed 's/socket(//' | sort -u | tr '\n' ' ')"
+  used="$(sed -nE 's/^[0-9]+ +(<\.\.\. )?([a-z0-9_]+)[( ].*/\2/p' "$2" | sort -u)"
+  bad="$(comm -23 <(echo "$used") <(unit_syscalls "$1"))"
+  families="$(grep -oE 'socket\(AF_[A-Z0-9]+' "$2" | sed 's/socket(//' | sort -u | tr '\n' ' ')"
   echo "$(echo "$used" | wc -l) system calls; socket families: $families"
   [ -z "$bad" ] || { echo "not allowed by SystemCallFilter: $bad"; return 1; }
   for f in $families; do
-    grep -q "^RestrictAddressFamilies=.*\b$f\b" "$root/$unit_path" || { echo "$f not in RestrictAddressFamilies"; return 1; }
+    grep -q "^RestrictAddressFamilies=.*\b$f\b" "$root/$1" || { echo "$f not in RestrictAddressFamilies"; return 1; }
   done
 }
 if [ -z "${QEMU_LD_PREFIX:-}" ]; then
-  check "every system call and socket family used is allowed by the unit" sandbox_allows
+  check "every system call and socket family the daemon used is allowed by its unit" \
+    sandbox_allows "$unit_path" "$work/syscalls"
+  check "every system call and socket family the exporter used is allowed by its unit" \
+    sandbox_allows "$exporter_unit_path" "$work/exporter-syscalls"
 else
   echo "skip  system calls against the unit's filter: under qemu, strace sees the emulator's"
 fi

@@ -143,6 +143,9 @@ def main():
                          "a click on presentation 1")
             wait_for(lambda: "TypeId 60" in (p := page(ed2_cell[0]))["what"] and close(p["objects"], pa["objects"])
                      and p["beds"] == pa["beds"] and p["cell"] == ed2_cell[1], f"ED2 presentation {pa['name']!r}")
+        wait_for(lambda: driver.execute_script("return [...document.querySelectorAll('#changes tbody tr')].some("
+                                               "r => r.cells[2].textContent == '/TypeId' && r.cells[4].textContent == '60')"),
+                 "the change of TypeId to 60 in the table of changes")
         os.makedirs(os.path.dirname(os.path.abspath(args.screenshot)), exist_ok=True)
         driver.save_screenshot(args.screenshot)
 

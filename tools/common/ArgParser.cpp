@@ -123,4 +123,25 @@ bool ParseChoice(const std::string& option, const std::string& text,
   return false;
 }
 
+bool ParseHostPort(const std::string& option, const std::string& text, std::string& host, int& port,
+                   std::string& error) {
+  std::string address = host;
+  std::string number = text;
+  const auto colon = text.rfind(':');
+  if (colon != std::string::npos) {
+    address = text.substr(0, colon);
+    number = text.substr(colon + 1);
+    if (address.size() >= 2 && address.front() == '[' && address.back() == ']')
+      address = address.substr(1, address.size() - 2);
+  }
+  long value = 0;
+  if (address.empty() || !ParseCount(option, number, 0, 65535, value, error)) {
+    error = "--" + option + ": '" + text + "' is not [ADDR:]PORT with PORT 0 to 65535";
+    return false;
+  }
+  host = address;
+  port = static_cast<int>(value);
+  return true;
+}
+
 }  // namespace tools

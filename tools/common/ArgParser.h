@@ -43,4 +43,9 @@ bool ParseCount(const std::string& option, const std::string& text, long min, lo
 bool ParseChoice(const std::string& option, const std::string& text,
                  const std::vector<std::string>& choices, std::string& error);
 
+// "[ADDR:]PORT" (ADDR an IPv4 address, a name or a bracketed IPv6 address;
+// PORT 0 to 65535) into `host` (kept when ADDR is not given) and `port`.
+bool ParseHostPort(const std::string& option, const std::string& text, std::string& host, int& port,
+                   std::string& error);
+
 }  // namespace tools

@@ -86,6 +86,12 @@ bool HttpView::Start(const std::string& host, int port, std::string& error) {
     res.set_content(kCatalogue, ContentType("catalogue.json"));
   });
 
+  // The change history (the exporter's /changes), which the page polls.
+  server.Get("/changes", [this](const httplib::Request&, httplib::Response& res) {
+    res.set_header("Cache-Control", "no-cache");
+    res.set_content(mChanges ? mChanges() : std::string(), "application/x-ndjson; charset=utf-8");
+  });
+
   server.Get(R"(/([a-z0-9.-]*))", [](const httplib::Request& req, httplib::Response& res) {
     std::string name = req.matches[1];
     if (name.empty()) name = "index.html";

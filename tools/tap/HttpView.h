@@ -4,6 +4,7 @@
 // as Server-Sent Events on /events. It runs on its own threads (one per
 // connection); the tap's receive loop only publishes into the hub.
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <thread>
@@ -24,6 +25,10 @@ class HttpView {
   HttpView(const HttpView&) = delete;
   HttpView& operator=(const HttpView&) = delete;
 
+  // What /changes serves (JSON lines); called on the server's threads, so it
+  // must be thread-safe. Set before Start; without it /changes is empty.
+  void SetChanges(std::function<std::string()> changes) { mChanges = std::move(changes); }
+
   // Listens on `host`:`port` (port 0: any free port) and starts serving.
   // False with `error` set when the address cannot be bound.
   bool Start(const std::string& host, int port, std::string& error);
@@ -36,6 +41,7 @@ class HttpView {
 
  private:
   EventHub& mHub;
+  std::function<std::string()> mChanges;
   std::unique_ptr<httplib::Server> mServer;
   std::thread mThread;
   std::string mUrl;

@@ -4,6 +4,7 @@
 
 #include "Record/DolbyMetadataRecord.h"
 #include "common/ExitStatus.h"
+#include "common/JsonText.h"
 #include "record/Capture.h"
 #include "tap/MessageView.h"
 #include "tap/WebEvent.h"
@@ -50,6 +51,10 @@ WebSink::~WebSink() = default;
 
 bool WebSink::Start(const std::string& host, int port, std::string& error, std::string& url) {
   mView = std::make_unique<HttpView>(mHub);
+  mView->SetChanges([this] {
+    std::lock_guard<std::mutex> lock(mChangesMutex);
+    return mChanges.JsonLines();
+  });
   if (!mView->Start(host, port, error)) return false;
   url = mView->Url();
   return true;
@@ -58,6 +63,12 @@ bool WebSink::Start(const std::string& host, int port, std::string& error, std::
 bool WebSink::Take(const Received& r) {
   mStats.Add(r.message, r.at);
   mHub.Publish(r.message.topic, DocEvent(r.message, r.check));
+  rapidjson::Document doc;
+  std::string error;
+  if (r.check.kind != DocCheck::Kind::Cut && tools::ParseJsonText(r.message.payload, doc, error) && doc.IsObject()) {
+    std::lock_guard<std::mutex> lock(mChangesMutex);
+    mChanges.Compare(r.message.topic, doc, r.message.time);
+  }
   return true;
 }
 

@@ -6,7 +6,10 @@
 #include <cstdio>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <string>
+
+#include "exporter/ChangeLog.h"
 
 #include "tap/DocCheck.h"
 #include "tap/EventHub.h"
@@ -63,6 +66,8 @@ class WebSink : public Sink {
  private:
   EventHub mHub;
   TopicStats mStats;
+  std::mutex mChangesMutex;
+  exporter::ChangeLog mChanges;  // the history the page shows, as the exporter keeps it
   std::unique_ptr<HttpView> mView;
   double mNextRates = 0;
 };

@@ -76,30 +76,6 @@ const std::vector<tools::OptionSpec>& TapOptionSpecs() {
   return kSpecs;
 }
 
-namespace {
-
-// "[ADDR:]PORT", ADDR an IPv4 address, a name or a bracketed IPv6 address.
-bool ParseHttpAddress(const std::string& value, TapOptions& out, std::string& error) {
-  std::string host = out.httpHost;
-  std::string port = value;
-  const auto colon = value.rfind(':');
-  if (colon != std::string::npos) {
-    host = value.substr(0, colon);
-    port = value.substr(colon + 1);
-    if (host.size() >= 2 && host.front() == '[' && host.back() == ']') host = host.substr(1, host.size() - 2);
-  }
-  long number = 0;
-  if (host.empty() || !tools::ParseCount("http", port, 0, 65535, number, error)) {
-    error = "--http: '" + value + "' is not [ADDR:]PORT with PORT 0 to 65535";
-    return false;
-  }
-  out.httpHost = host;
-  out.httpPort = static_cast<int>(number);
-  return true;
-}
-
-}  // namespace
-
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error) {
   tools::ArgParser args(argc, argv, TapOptionSpecs());
   std::string name, value;
@@ -143,7 +119,7 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
     } else if (name == "capture") {
       out.captureFile = value;
     } else if (name == "http") {
-      if (!ParseHttpAddress(value, out, error)) return false;
+      if (!tools::ParseHostPort("http", value, out.httpHost, out.httpPort, error)) return false;
     } else if (name == "catalogue") {
       out.catalogue = true;
     } else if (name == "help") {

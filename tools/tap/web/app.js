@@ -500,7 +500,30 @@ $('pa-select').addEventListener('change', (e) => {
   view.paChoice = Number(e.target.value);
   renderRoom();
 });
+// The change history the tap keeps (the exporter's /changes): the newest 40.
+async function pollChanges() {
+  try {
+    const response = await fetch('changes');
+    const lines = (await response.text()).split('\n').filter((l) => l.length > 0);
+    const body = $('changes').tBodies[0];
+    body.replaceChildren(...lines.slice(-40).reverse().map((line) => {
+      const c = JSON.parse(line);
+      const row = document.createElement('tr');
+      const at = new Date(c.time * 1000).toISOString().substring(11, 23);
+      for (const text of [at, c.topic, c.field, JSON.stringify(c.old), JSON.stringify(c.new)]) {
+        const cell = document.createElement('td');
+        cell.textContent = text;
+        row.appendChild(cell);
+      }
+      return row;
+    }));
+  } catch (e) {
+    // The tap is away; the next poll tries again.
+  }
+}
+
 drawRoomFrame();
 setInterval(tick, 250);
+setInterval(pollChanges, 2000);
 // Without the catalogue the room still shows, with objects grey and speakers at the centre.
 loadCatalogue().catch(() => {}).finally(connect);
