@@ -4,6 +4,9 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
+#include <set>
+#include <tuple>
 #include <sstream>
 
 #include "DaemonHarness.h"
@@ -35,6 +38,43 @@ TEST(ToolHelp, NamesEveryOptionTheParserTakes) {
     for (const tools::OptionSpec& spec : *specs) {
       EXPECT_THAT(help.out, HasSubstr("--" + std::string(spec.longName))) << binary;
     }
+  }
+}
+
+// Text with roff escapes and font changes undone and white space runs made one space.
+std::string Plain(std::string text) {
+  text = std::regex_replace(text, std::regex(R"(\\f[BIRP])"), "");
+  text = std::regex_replace(text, std::regex(R"(\\-)"), "-");
+  return std::regex_replace(text, std::regex(R"(\s+)"), " ");
+}
+
+// Each tool's man page names on its option lines exactly the options the parser takes, and gives the exit
+// statuses in the words of --help, so that neither lags the other.
+TEST(ToolHelp, ManPageMatchesHelp) {
+  const std::tuple<const char*, const std::vector<tools::OptionSpec>*, const char*> tools[] = {
+      {kSim, &sim::SimOptionSpecs(), "plovrest-sim.1"}, {kTap, &tap::TapOptionSpecs(), "plovrest-tap.1"}};
+  for (const auto& [binary, specs, page] : tools) {
+    const std::string man = harness::ReadText(std::string(PLOVREST_SOURCE_DIR "/packaging/") + page);
+    std::set<std::string> expected, described;
+    for (const tools::OptionSpec& spec : *specs) {
+      expected.insert("--" + std::string(spec.longName));
+      if (spec.shortName != 0) expected.insert(std::string("-") + spec.shortName);
+    }
+    const std::regex option(R"((^|[ "])(--?[a-z][a-z-]*))");
+    for (std::size_t at = man.find(".TP\n"); at != std::string::npos; at = man.find(".TP\n", at + 1)) {
+      const std::string line = Plain(man.substr(at + 4, man.find('\n', at + 4) - at - 4));
+      for (std::sregex_iterator m(line.begin(), line.end(), option), end; m != end; ++m) described.insert((*m)[2]);
+    }
+    EXPECT_EQ(described, expected) << page;
+
+    const std::string help = RunTool(binary, {"--help"}).out;
+    const auto from = help.find("Exit status: ");
+    const auto manFrom = man.find(".SH EXIT STATUS\n");
+    ASSERT_NE(from, std::string::npos) << binary;
+    ASSERT_NE(manFrom, std::string::npos) << page;
+    EXPECT_EQ(Plain(man.substr(manFrom + 16, man.find("\n.SH", manFrom + 1) - manFrom - 16)),
+              Plain(help.substr(from + 13, help.find("\n\n", from) - from - 13)))
+        << page;
   }
 }
 
