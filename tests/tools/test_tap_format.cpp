@@ -128,6 +128,9 @@ TEST(DocCheck, NamesTheFirstViolationOrTheCut) {
       {topic::kDolbyPAData, R"({"TS":1,"NoPresentations":0,"ActivePANo":0,"ActivePAName":"","X":1})",
        Kind::Schema, "/X", "additionalProperties"},
       {"OtherTopic", R"({"anything":1})", Kind::Ok, "", ""},
+      // The empty forms of docs/reference/ui-contract.md: accepted, the 0-byte one named as such.
+      {topic::kDolbyPAData, "{}", Kind::Ok, "", ""},
+      {topic::kDolbyPAData, "", Kind::Empty, "", ""},
   };
   for (const auto& c : cases) {
     const tap::DocCheck check = tap::CheckDocument(c.topic, c.payload);

@@ -12,6 +12,8 @@
 
 #include <sys/stat.h>
 
+#include "common/FileError.h"
+
 #include <rapidjson/error/en.h>
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
@@ -111,7 +113,7 @@ bool ReadFile(const std::string& path, std::string& contents, std::string& error
   }
   std::ifstream in(path, std::ios::binary);
   if (!in) {
-    error = path + ": " + std::strerror(errno);
+    error = FileError(path, errno);
     return false;
   }
   std::ostringstream ss;

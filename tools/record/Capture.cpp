@@ -7,6 +7,7 @@
 
 #include <sys/stat.h>
 
+#include "common/FileError.h"
 #include "common/JsonText.h"
 
 namespace tools {
@@ -15,10 +16,6 @@ namespace {
 constexpr char kMagic[] = "PLVCAP1\n";
 constexpr std::size_t kMagicSize = 8;
 constexpr std::size_t kEntrySize = 8 + kRecordSize;
-
-bool WholeCapture(const std::string& bytes) {
-  return LooksLikeCapture(bytes) && (bytes.size() - kMagicSize) % kEntrySize == 0;
-}
 
 }  // namespace
 
@@ -40,7 +37,7 @@ CaptureStatus OpenCaptureForAppend(const std::string& path, std::FILE*& out, std
   if (size > 0) {
     std::FILE* in = std::fopen(path.c_str(), "rb");
     if (in == nullptr) {
-      error = path + ": " + std::strerror(errno);
+      error = FileError(path, errno);
       return CaptureStatus::NoFile;
     }
     head.resize(std::fread(&head[0], 1, kMagicSize, in));
@@ -52,12 +49,12 @@ CaptureStatus OpenCaptureForAppend(const std::string& path, std::FILE*& out, std
   }
   out = std::fopen(path.c_str(), "ab");
   if (out == nullptr) {
-    error = path + ": " + std::strerror(errno);
+    error = FileError(path, errno);
     return CaptureStatus::NoFile;
   }
   if (size == 0 &&
       (std::fwrite(kMagic, 1, kMagicSize, out) != kMagicSize || std::fflush(out) != 0)) {
-    error = path + ": " + std::strerror(errno);
+    error = FileError(path, errno);
     std::fclose(out);
     out = nullptr;
     return CaptureStatus::NoFile;
@@ -74,19 +71,23 @@ bool AppendCaptured(std::FILE* file, double time, const std::string& record) {
          std::fwrite(record.data(), 1, record.size(), file) == record.size() && std::fflush(file) == 0;
 }
 
-CaptureStatus ReadCapture(const std::string& path, std::vector<CapturedRecord>& out, std::string& error) {
+CaptureStatus ReadCapture(const std::string& path, std::vector<CapturedRecord>& out, std::string& error,
+                          std::string& warning) {
+  warning.clear();
   std::string bytes;
   if (!ReadFile(path, bytes, error)) return CaptureStatus::NoFile;
   if (!LooksLikeCapture(bytes)) {
     error = path + ": not a capture file (it does not start with \"PLVCAP1\")";
     return CaptureStatus::BadFile;
   }
-  if (!WholeCapture(bytes)) {
-    error = path + ": ends inside a record (" + std::to_string(bytes.size()) + " bytes)";
-    return CaptureStatus::BadFile;
-  }
+  const std::size_t entries = (bytes.size() - kMagicSize) / kEntrySize;
+  const std::size_t leftOver = (bytes.size() - kMagicSize) % kEntrySize;
+  if (leftOver != 0)
+    warning = path + ": ends inside record " + std::to_string(entries + 1) + " (" + std::to_string(leftOver) +
+              " of " + std::to_string(kEntrySize) + " bytes); using the " + std::to_string(entries) +
+              " complete record(s)";
   out.clear();
-  for (std::size_t at = kMagicSize; at < bytes.size(); at += kEntrySize) {
+  for (std::size_t at = kMagicSize; at + kEntrySize <= bytes.size(); at += kEntrySize) {
     std::uint64_t micros = 0;
     for (int i = 7; i >= 0; --i) micros = (micros << 8) | static_cast<unsigned char>(bytes[at + i]);
     CapturedRecord entry;

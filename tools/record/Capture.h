@@ -31,9 +31,12 @@ CaptureStatus OpenCaptureForAppend(const std::string& path, std::FILE*& out, std
 // tap is stopped. False when the write fails.
 bool AppendCaptured(std::FILE* file, double time, const std::string& record);
 
-// Reads a whole capture. NoFile for a file that cannot be read, BadFile for
-// one that is not a capture or ends inside an entry.
-CaptureStatus ReadCapture(const std::string& path, std::vector<CapturedRecord>& out, std::string& error);
+// Reads a capture. NoFile for a file that cannot be read, BadFile for one
+// that is not a capture. A capture whose last entry is cut (a tap stopped
+// mid-write, a truncated copy) gives its complete entries, and `warning`
+// says how many bytes were left over; otherwise `warning` is empty.
+CaptureStatus ReadCapture(const std::string& path, std::vector<CapturedRecord>& out, std::string& error,
+                          std::string& warning);
 
 // Whether `bytes` (a whole file) starts like a capture.
 bool LooksLikeCapture(const std::string& bytes);

@@ -1,5 +1,6 @@
 #include "record/RecordReadBack.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -204,6 +205,31 @@ std::string RecordScenarioText(const kv_dolby_metadata_t& rec, const std::string
   scenario.AddMember("description",
                      Value(description.c_str(), static_cast<rapidjson::SizeType>(description.size()), alloc), alloc);
   scenario.AddMember("record", Value(fields, alloc), alloc);
+  return PrettyJson(scenario) + "\n";
+}
+
+std::string CapturedScenarioText(const std::vector<CapturedRecord>& records, std::size_t firstNumber,
+                                 const std::string& description) {
+  rapidjson::Document scenario;
+  scenario.SetObject();
+  auto& alloc = scenario.GetAllocator();
+  scenario.AddMember("description",
+                     Value(description.c_str(), static_cast<rapidjson::SizeType>(description.size()), alloc), alloc);
+  Value steps(rapidjson::kArrayType);
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    rapidjson::Document fields;
+    ReadBackRecord(records[i].record, fields);
+    // Receive times are whole microseconds.
+    const double hold = i + 1 < records.size() ? std::round((records[i + 1].time - records[i].time) * 1e6) / 1e6 : 1.0;
+    const std::string label = "record " + std::to_string(firstNumber + i);
+    Value step(rapidjson::kObjectType);
+    step.AddMember("label", Value(label.c_str(), static_cast<rapidjson::SizeType>(label.size()), alloc), alloc);
+    step.AddMember("hold", std::min(std::max(hold, 0.001), 3600.0), alloc);
+    step.AddMember("reset", true, alloc);
+    step.AddMember("record", Value(fields, alloc), alloc);
+    steps.PushBack(step, alloc);
+  }
+  scenario.AddMember("steps", steps, alloc);
   return PrettyJson(scenario) + "\n";
 }
 

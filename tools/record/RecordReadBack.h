@@ -10,6 +10,7 @@
 #include <rapidjson/document.h>
 
 #include "Record/DolbyMetadataRecord.h"
+#include "record/Capture.h"
 
 namespace tools {
 
@@ -20,5 +21,12 @@ void ReadBackRecord(const kv_dolby_metadata_t& rec, rapidjson::Document& out);
 // A whole scenario file for `rec`: {"description": ..., "record": {...}},
 // indented, ready for plovrest-sim --scenario-file.
 std::string RecordScenarioText(const kv_dolby_metadata_t& rec, const std::string& description);
+
+// A scenario file with one step per record of `records` (not empty), in
+// order, labelled "record N" counting from `firstNumber`: each step starts
+// from an empty record and is held until the next record's receive time
+// (at least 1 ms), the last for 1 s. The steps loop as every scenario does.
+std::string CapturedScenarioText(const std::vector<CapturedRecord>& records, std::size_t firstNumber,
+                                 const std::string& description);
 
 }  // namespace tools

@@ -5,6 +5,7 @@
 #include <set>
 
 #include "common/JsonText.h"
+#include "record/Capture.h"
 #include "record/RecordEncoder.h"
 #include "scenario/BuiltinScenarios.h"
 
@@ -216,6 +217,16 @@ bool ParseScenario(const std::string& text, const std::string& origin, Scenario&
 bool LoadScenarioFile(const std::string& path, Scenario& out, std::string& error) {
   std::string text;
   if (!ReadFile(path, text, error)) return false;
+  if (LooksLikeCapture(text)) {
+    error = path + ": a capture of decoder records, not a scenario; plovrest-sim --replay plays it";
+    return false;
+  }
+  if (text.size() == kRecordSize && text.find_first_not_of(" \t\r\n") != std::string::npos &&
+      text[text.find_first_not_of(" \t\r\n")] != '{') {
+    error = path + ": a decoder record file (" + std::to_string(kRecordSize) +
+            " bytes), not a scenario; plovrest-tap --decode " + path + " --fields makes one of it";
+    return false;
+  }
   if (!ParseScenario(text, path, out, error)) return false;
   const auto slash = path.find_last_of('/');
   std::string name = path.substr(slash == std::string::npos ? 0 : slash + 1);

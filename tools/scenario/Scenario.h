@@ -60,6 +60,9 @@ struct Scenario {
 bool ParseScenario(const std::string& text, const std::string& origin, Scenario& out,
                    std::string& error);
 
+// Reads and parses the scenario file `path`, named after the file (".json"
+// dropped). A capture or a decoder record file given instead is named as
+// such in `error`, with the tool that takes it.
 bool LoadScenarioFile(const std::string& path, Scenario& out, std::string& error);
 
 // A built-in scenario by name (see BuiltinScenarios.h).

@@ -1,15 +1,16 @@
 // plovrest-sim: plays the decoder and the monitors that plovrestd talks to.
 
 #include <algorithm>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <fstream>
 #include <memory>
 
 #include <zmq.h>
 
 #include "Record/DolbyMetadataRecord.h"
 #include "common/ExitStatus.h"
+#include "common/FileError.h"
 #include "common/JsonText.h"
 #include "record/Capture.h"
 #include "record/RecordReadBack.h"
@@ -35,11 +36,12 @@ int BadInput(const std::string& message, int status = tools::kExitBadArguments) 
 // record's receive time (the last for no time).
 int LoadReplay(const std::string& path, tools::Scenario& out) {
   std::vector<tools::CapturedRecord> records;
-  std::string error;
-  const tools::CaptureStatus status = tools::ReadCapture(path, records, error);
+  std::string error, warning;
+  const tools::CaptureStatus status = tools::ReadCapture(path, records, error, warning);
   if (status != tools::CaptureStatus::Ok)
     return BadInput("--replay " + error,
                     status == tools::CaptureStatus::NoFile ? tools::kExitNoFile : tools::kExitBadFile);
+  if (!warning.empty()) std::fprintf(stderr, "plovrest-sim: warning: --replay %s\n", warning.c_str());
   if (records.empty()) return BadInput("--replay " + path + ": a capture without records", tools::kExitBadFile);
   out.name = path;
   out.description = "replay of " + std::to_string(records.size()) + " captured record(s)";
@@ -69,11 +71,12 @@ int WriteOrShowRecord(const sim::SimOptions& options, const tools::Scenario& sce
     std::fputs(tools::RecordScenarioText(record, description).c_str(), stdout);
   }
   if (!options.writeRecord.empty()) {
-    std::ofstream out(options.writeRecord, std::ios::binary | std::ios::trunc);
-    out.write(reinterpret_cast<const char*>(&record), sizeof record);
-    out.close();
-    if (!out) {
-      std::fprintf(stderr, "plovrest-sim: --write-record: cannot write %s\n", options.writeRecord.c_str());
+    std::FILE* out = std::fopen(options.writeRecord.c_str(), "wb");
+    const bool written = out != nullptr && std::fwrite(&record, 1, sizeof record, out) == sizeof record;
+    const int cause = errno;
+    if (out == nullptr || std::fclose(out) != 0 || !written) {
+      std::fprintf(stderr, "plovrest-sim: --write-record: cannot write %s\n",
+                   tools::FileError(options.writeRecord, written ? errno : cause).c_str());
       return tools::kExitFailure;
     }
     if (options.verbosity > 0 && !options.showRecord)

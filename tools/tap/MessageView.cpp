@@ -136,7 +136,9 @@ std::string Gist(const Message& m) {
 }
 
 std::string SummaryLine(const Message& m) {
-  std::string line = Clock(m.time) + "  " + m.topic;
+  std::string line = Clock(m.time) + "  ";
+  if (m.record > 0) line += "record " + std::to_string(m.record) + "  ";
+  line += m.topic;
   if (m.topic.size() < 22) line += std::string(22 - m.topic.size(), ' ');
   line += "  " + Gist(m);
   if (m.frames != 2) line += "  [" + std::to_string(m.frames) + " frames]";
@@ -196,6 +198,7 @@ std::string JsonLine(const Message& m) {
   line.AddMember("time", m.time, a);
   line.AddMember("topic", Value(m.topic.c_str(), static_cast<rapidjson::SizeType>(m.topic.size()), a), a);
   line.AddMember("size", static_cast<uint64_t>(m.payload.size()), a);
+  if (m.record > 0) line.AddMember("recordNumber", static_cast<int64_t>(m.record), a);
   if (m.frames != 2) line.AddMember("frames", m.frames, a);
   rapidjson::Document payload;
   if (IsRecord(m.payload)) {

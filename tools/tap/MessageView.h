@@ -12,6 +12,7 @@ struct Message {
   std::string payload;  // the second frame, as received
   double time = 0;      // seconds since the epoch, when received
   int frames = 2;
+  long record = 0;      // --decode: the number of the record it came from (from 1); 0: live
 };
 
 enum class View { Summary, Table, Pretty, Raw, Json };
@@ -22,7 +23,8 @@ bool ViewFromName(const std::string& name, View& out);
 // payload says in a few words.
 std::string Gist(const Message& message);
 
-// "12:00:01.250  DolbyMetadataGrp  <gist>"
+// "12:00:01.250  DolbyMetadataGrp  <gist>"; from a decoded record file
+// "12:00:01.250  record 3  DolbyMetadataGrp  <gist>".
 std::string SummaryLine(const Message& message);
 
 // The payload alone in the pretty, raw or json (compact, one line) form,

@@ -20,7 +20,8 @@ namespace {
 // One document: on stdout the document alone for the views scripts read
 // (the summary line then goes to stderr), the whole view for the others.
 // Returns false when --validate finds it invalid (a cut document is not).
-bool Show(const TapOptions& options, const std::string& topicName, const std::string& payload, double time) {
+bool Show(const TapOptions& options, const std::string& topicName, const std::string& payload, double time,
+          long number) {
   bool wanted = options.topics.empty();
   for (const auto& t : options.topics) wanted = wanted || t == topicName;
   if (!wanted) return true;
@@ -28,6 +29,7 @@ bool Show(const TapOptions& options, const std::string& topicName, const std::st
   m.topic = topicName;
   m.payload = payload;
   m.time = time;
+  m.record = number;
   const DocCheck check = options.validate ? CheckDocument(m.topic, m.payload) : DocCheck();
   if (options.jsonl) {
     std::printf("%s\n", (options.validate ? JsonLineWithCheck(m, check) : JsonLine(m)).c_str());
@@ -49,21 +51,21 @@ bool Show(const TapOptions& options, const std::string& topicName, const std::st
   return check.kind != DocCheck::Kind::Schema && check.kind != DocCheck::Kind::Invalid;
 }
 
-}  // namespace
-
-int DecodeRecordFile(const TapOptions& options) {
-  std::string bytes, error;
+// The records of options.decodeFile: a capture's, or one for a record file
+// (received now). Returns 0 or the exit status, after its message.
+int ReadRecords(const TapOptions& options, std::vector<tools::CapturedRecord>& records) {
+  std::string bytes, error, warning;
   if (!tools::ReadFile(options.decodeFile, bytes, error)) {
     std::fprintf(stderr, "plovrest-tap: --decode %s\n", error.c_str());
     return tools::kExitNoFile;
   }
-  std::vector<tools::CapturedRecord> records;
   if (tools::LooksLikeCapture(bytes)) {
     bytes.clear();
-    if (tools::ReadCapture(options.decodeFile, records, error) != tools::CaptureStatus::Ok) {
+    if (tools::ReadCapture(options.decodeFile, records, error, warning) != tools::CaptureStatus::Ok) {
       std::fprintf(stderr, "plovrest-tap: --decode %s\n", error.c_str());
       return tools::kExitBadFile;
     }
+    if (!warning.empty()) std::fprintf(stderr, "plovrest-tap: warning: --decode %s\n", warning.c_str());
   } else if (bytes.size() == kRecordSize) {
     records.resize(1);
     records[0].time = static_cast<double>(std::time(nullptr));
@@ -77,23 +79,57 @@ int DecodeRecordFile(const TapOptions& options) {
     std::fprintf(stderr, "plovrest-tap: --decode %s: a capture without records\n", options.decodeFile.c_str());
     return tools::kExitBadFile;
   }
-  const kv_dolby_metadata_t& last = records.back().record;
-  if (last.protoVer != kRecordProtoVersion)
-    std::fprintf(stderr, "plovrest-tap: note: protoVer is %u; the daemon drops records that are not %u\n",
-                 last.protoVer, kRecordProtoVersion);
+  return tools::kExitDone;
+}
+
+}  // namespace
+
+int DecodeRecordFile(const TapOptions& options) {
+  std::vector<tools::CapturedRecord> records;
+  if (const int status = ReadRecords(options, records)) return status;
+  // --record picks records by their number, counted from 1.
+  std::size_t first = 1, last = records.size();
+  if (options.recordFirst > 0) {
+    if (static_cast<std::size_t>(options.recordLast) > records.size()) {
+      std::fprintf(stderr, "plovrest-tap: --record %ld: %s holds %zu record(s)\n", options.recordLast,
+                   options.decodeFile.c_str(), records.size());
+      return tools::kExitBadArguments;
+    }
+    first = static_cast<std::size_t>(options.recordFirst);
+    last = static_cast<std::size_t>(options.recordLast);
+  }
+  const bool numbered = records.size() > 1 || options.recordFirst > 0;
+  records = std::vector<tools::CapturedRecord>(records.begin() + static_cast<long>(first - 1),
+                                               records.begin() + static_cast<long>(last));
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    const std::string which = numbered ? "record " + std::to_string(first + i) + ": " : std::string();
+    if (records[i].record.protoVer != kRecordProtoVersion)
+      std::fprintf(stderr, "plovrest-tap: note: %sprotoVer is %u; the daemon drops records that are not %u\n",
+                   which.c_str(), records[i].record.protoVer, kRecordProtoVersion);
+  }
 
   if (options.fields) {
+    const std::string origin = "decoded from " + options.decodeFile;
+    if (options.recordFirst > 0 && records.size() > 1) {
+      std::fputs(tools::CapturedScenarioText(records, first, origin + ", records " + std::to_string(first) + " to " +
+                                                                 std::to_string(last)).c_str(), stdout);
+      return tools::kExitDone;
+    }
     if (records.size() > 1)
-      std::fprintf(stderr, "plovrest-tap: note: the fields of the last of %zu records\n", records.size());
-    std::fputs(tools::RecordScenarioText(last, "decoded from " + options.decodeFile).c_str(), stdout);
+      std::fprintf(stderr, "plovrest-tap: note: the fields of the last of %zu records (--record N picks one)\n",
+                   records.size());
+    const std::string which = numbered ? ", record " + std::to_string(last) : std::string();
+    std::fputs(tools::RecordScenarioText(records.back().record, origin + which).c_str(), stdout);
     return tools::kExitDone;
   }
   bool allValid = true;
-  for (const tools::CapturedRecord& entry : records) {
+  for (std::size_t i = 0; i < records.size(); ++i) {
+    const tools::CapturedRecord& entry = records[i];
+    const long number = numbered ? static_cast<long>(first + i) : 0;
     const RenderedRecord rendered = RenderRecord(entry.record, static_cast<std::int64_t>(entry.time));
-    allValid = Show(options, topic::kDolbyMetadataGrp, rendered.status, entry.time) && allValid;
+    allValid = Show(options, topic::kDolbyMetadataGrp, rendered.status, entry.time, number) && allValid;
     if (rendered.hasPresentation)
-      allValid = Show(options, topic::kDolbyPAData, rendered.presentation, entry.time) && allValid;
+      allValid = Show(options, topic::kDolbyPAData, rendered.presentation, entry.time, number) && allValid;
   }
   std::fflush(stdout);
   return allValid ? tools::kExitDone : tools::kExitInvalid;

@@ -5,15 +5,7 @@
 
 #include <zmq.h>
 
-#include "MqEndpoints.h"
-
 namespace tap {
-
-std::string DaemonEndpoint() {
-  char buf[256];
-  std::snprintf(buf, sizeof buf, mq::kIpcFormat, mq::kIpcDir, mq::kDlbMetadataPubIpc);
-  return buf;
-}
 
 Subscriber::Subscriber() : mContext(zmq_ctx_new()), mSocket(nullptr) {
   if (mContext != nullptr) mSocket = zmq_socket(mContext, ZMQ_SUB);

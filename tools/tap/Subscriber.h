@@ -27,7 +27,5 @@ class Subscriber {
   void* mSocket;
 };
 
-// The daemon's publishing endpoint.
-std::string DaemonEndpoint();
 
 }  // namespace tap

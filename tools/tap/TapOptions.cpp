@@ -1,6 +1,7 @@
 #include "tap/TapOptions.h"
 
 #include "common/ArgParser.h"
+#include "tap/Endpoints.h"
 
 namespace tap {
 
@@ -30,7 +31,8 @@ const char* TapUsage() {
          "  --endpoint URL       subscribe to URL instead of the daemon's endpoint; the\n"
          "                       decoder's (tcp://169.254.2.3:2002) shows its records\n"
          "  --capture FILE       append each decoder record received, with its receive\n"
-         "                       time, to FILE (plovrest-sim --replay plays it back)\n"
+         "                       time, to FILE (plovrest-sim --replay plays it back);\n"
+         "                       needs the decoder's endpoint (--endpoint)\n"
          "  --validate           check each document against its JSON Schema; an invalid\n"
          "                       one is marked with the first violation (JSON pointer and\n"
          "                       rule), a document cut at a NaN or infinite number as cut;\n"
@@ -44,9 +46,14 @@ const char* TapUsage() {
          "                       does, shown with --view (default table) or --jsonl;\n"
          "                       with --view pretty, raw or json stdout holds only the\n"
          "                       documents and the summary lines go to stderr; an ED2\n"
-         "                       record gives two documents, --topic picks one\n"
+         "                       record gives two documents, --topic picks one; a\n"
+         "                       capture gives every record, numbered from 1 on the\n"
+         "                       summary lines; one whose last record is cut gives its\n"
+         "                       complete records, with a warning\n"
+         "  --record N[-M]       with --decode of a capture: record N only (or N to M)\n"
          "  --fields             with --decode: the record's fields as JSON instead, in the\n"
-         "                       form plovrest-sim --scenario-file takes\n"
+         "                       form plovrest-sim --scenario-file takes (the last record\n"
+         "                       of a capture, or a scenario with one step per --record)\n"
          "\n"
          "Reference:\n"
          "  --catalogue          write the catalogue of the documents (every key, title,\n"
@@ -72,9 +79,27 @@ const std::vector<tools::OptionSpec>& TapOptionSpecs() {
       {"changes", 0, false}, {"count", 0, true},  {"timeout", 0, true},
       {"decode", 0, true},   {"fields", 0, false}, {"capture", 0, true},
       {"http", 0, true},     {"help", 'h', false},  {"version", 0, false},
-      {"validate", 0, false}, {"catalogue", 0, false}};
+      {"validate", 0, false}, {"catalogue", 0, false}, {"record", 0, true}};
   return kSpecs;
 }
+
+namespace {
+
+// "N" or "N-M", 1 <= N <= M.
+bool ParseRecordRange(const std::string& value, TapOptions& out, std::string& error) {
+  const auto dash = value.find('-', 1);
+  const std::string first = value.substr(0, dash);
+  const std::string last = dash == std::string::npos ? first : value.substr(dash + 1);
+  if (!tools::ParseCount("record", first, 1, 1000000000L, out.recordFirst, error) ||
+      !tools::ParseCount("record", last, 1, 1000000000L, out.recordLast, error) ||
+      out.recordLast < out.recordFirst) {
+    error = "--record: '" + value + "' is not N or N-M with 1 <= N <= M";
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
 
 bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error) {
   tools::ArgParser args(argc, argv, TapOptionSpecs());
@@ -114,6 +139,8 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
       out.decodeFile = value;
     } else if (name == "validate") {
       out.validate = true;
+    } else if (name == "record") {
+      if (!ParseRecordRange(value, out, error)) return false;
     } else if (name == "fields") {
       out.fields = true;
     } else if (name == "capture") {
@@ -141,8 +168,14 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
     error = "--interval: only with --stats";
     return false;
   }
-  if (out.fields && out.decodeFile.empty()) {
-    error = "--fields: only with --decode FILE";
+  if ((out.fields || out.recordFirst > 0) && out.decodeFile.empty()) {
+    error = std::string(out.fields ? "--fields" : "--record") + ": only with --decode FILE";
+    return false;
+  }
+  if (!out.captureFile.empty() && out.decodeFile.empty() &&
+      (out.endpoint.empty() || out.endpoint == DaemonEndpoint())) {
+    error = "--capture: the daemon's endpoint carries documents, not decoder records; give the decoder's, "
+            "--endpoint " + DecoderEndpoint();
     return false;
   }
   if (!out.decodeFile.empty()) {

@@ -23,6 +23,8 @@ struct TapOptions {
   double timeout = 0;               // seconds; 0 waits for ever
   std::string decodeFile;
   bool fields = false;
+  long recordFirst = 0;             // --record N or N-M: the records of a capture, counted
+  long recordLast = 0;              // from 1; 0: every record
   bool validate = false;            // check documents against their JSON Schemas
   std::string captureFile;
   std::string httpHost = "127.0.0.1";  // --http [ADDR:]PORT: the web view

@@ -10,6 +10,7 @@
 #include "common/ExitStatus.h"
 #include "tap/LiveSinks.h"
 #include "tap/RecordDecode.h"
+#include "tap/Endpoints.h"
 #include "tap/Subscriber.h"
 #include "tap/TapOptions.h"
 
