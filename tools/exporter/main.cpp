@@ -8,6 +8,7 @@
 #include "common/JsonText.h"
 #include "exporter/ExporterOptions.h"
 #include "exporter/MetricsServer.h"
+#include "tap/Endpoints.h"
 #include "tap/Subscriber.h"
 
 namespace {
