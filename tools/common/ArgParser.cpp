@@ -144,4 +144,22 @@ bool ParseHostPort(const std::string& option, const std::string& text, std::stri
   return true;
 }
 
+bool ParseEndpoint(const std::string& option, const std::string& text, std::string& out, std::string& error) {
+  if (text.find("://") == std::string::npos) {
+    error = "--" + option + ": '" + text + "' is not an endpoint URL (tcp://HOST:PORT or ipc://PATH)";
+    return false;
+  }
+  out = text;
+  return true;
+}
+
+bool ParseFileName(const std::string& option, const std::string& text, std::string& out, std::string& error) {
+  if (text.empty()) {
+    error = "--" + option + ": needs a file name";
+    return false;
+  }
+  out = text;
+  return true;
+}
+
 }  // namespace tools

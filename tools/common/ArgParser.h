@@ -48,4 +48,11 @@ bool ParseChoice(const std::string& option, const std::string& text,
 bool ParseHostPort(const std::string& option, const std::string& text, std::string& host, int& port,
                    std::string& error);
 
+// An endpoint URL (tcp://HOST:PORT, ipc://PATH: anything with "://") into
+// `out`; `out` is left as it was on failure.
+bool ParseEndpoint(const std::string& option, const std::string& text, std::string& out, std::string& error);
+
+// A file name: any non-empty text, into `out`.
+bool ParseFileName(const std::string& option, const std::string& text, std::string& out, std::string& error);
+
 }  // namespace tools

@@ -42,17 +42,9 @@ bool ParseExporterOptions(int argc, char** argv, ExporterOptions& out, std::stri
     if (name == "http") {
       if (!tools::ParseHostPort("http", value, out.httpHost, out.httpPort, error)) return false;
     } else if (name == "endpoint") {
-      if (value.find("://") == std::string::npos) {
-        error = "--endpoint: '" + value + "' is not an endpoint URL (tcp://HOST:PORT or ipc://PATH)";
-        return false;
-      }
-      out.endpoint = value;
+      if (!tools::ParseEndpoint(name, value, out.endpoint, error)) return false;
     } else if (name == "settings") {
-      if (value.empty()) {
-        error = "--settings: needs a file name";
-        return false;
-      }
-      out.settingsFile = value;
+      if (!tools::ParseFileName(name, value, out.settingsFile, error)) return false;
     } else if (name == "metrics-doc") {
       out.metricsDoc = true;
     } else if (name == "help") {

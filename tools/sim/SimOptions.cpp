@@ -157,11 +157,7 @@ bool ParseSimOptions(int argc, char** argv, SimOptions& out, std::string& error)
     } else if (name == "interactive") {
       out.interactive = true;
     } else if (name == "write-record") {
-      if (value.empty()) {
-        error = "--write-record: needs a file name";
-        return false;
-      }
-      out.writeRecord = value;
+      if (!tools::ParseFileName(name, value, out.writeRecord, error)) return false;
     } else if (name == "show-record") {
       out.showRecord = true;
     } else if (name == "step") {

@@ -107,11 +107,7 @@ bool ParseTapOptions(int argc, char** argv, TapOptions& out, std::string& error)
   bool intervalGiven = false;
   while (args.Next(name, value)) {
     if (name == "endpoint") {
-      if (value.find("://") == std::string::npos) {
-        error = "--endpoint: '" + value + "' is not an endpoint URL (tcp://HOST:PORT or ipc://PATH)";
-        return false;
-      }
-      out.endpoint = value;
+      if (!tools::ParseEndpoint(name, value, out.endpoint, error)) return false;
     } else if (name == "topic") {
       if (value.empty()) {
         error = "--topic: needs a topic name";
