@@ -63,9 +63,13 @@ done <"$dir/files"
 # Files since removed from the tree go from the copy too.
 (cd "$src" && find . -path ./build -prune -o -type f -print | sed 's|^\./||') | sort >"$dir/copied"
 sort "$dir/files" | comm -23 "$dir/copied" - | (cd "$src" && xargs -r -d '\n' rm -f)
+# Configured again when it exists, so that tests added since the last run are
+# listed below.
 if [ ! -f "$build/CMakeCache.txt" ]; then
   cmake -S "$src" -B "$build" -DCMAKE_BUILD_TYPE=RelWithDebInfo -DPLOVREST_BUILD_BENCHMARKS=OFF \
     >"$dir/configure.log" 2>&1 || die "configure failed, see $dir/configure.log"
+else
+  cmake "$build" >"$dir/configure.log" 2>&1 || die "configure failed, see $dir/configure.log"
 fi
 
 # Every row must name a file and tests that exist, selected or not: a row
