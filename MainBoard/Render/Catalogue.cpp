@@ -72,6 +72,14 @@ constexpr const Item* kItems[] = {
 constexpr const Member* kMembers[] = {
 #include "Catalogue.def"
 };
+#define CATALOGUE_INDEX(Id, ...) &numbering::Id,
+constexpr const Index* kIndexes[] = {
+#include "Catalogue.def"
+};
+#define CATALOGUE_NOTE(Subject, Kind, Text) {#Subject, Kind, Text},
+constexpr Note kNotes[] = {
+#include "Catalogue.def"
+};
 
 using Writer = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
 
@@ -176,6 +184,19 @@ void WriteMember(Writer& w, const Member& m) {
   w.EndObject();
 }
 
+void WriteIndex(Writer& w, const Index& x) {
+  w.StartObject();
+  TextMembers(w, {{"id", x.id}});
+  w.Key("kinds");
+  Words(w, x.kinds);
+  w.Key("base");
+  w.Int(x.base);
+  w.Key("paths");
+  Paths(w, x.paths);
+  TextMembers(w, {{"meaning", x.meaning}});
+  w.EndObject();
+}
+
 }  // namespace
 
 unsigned StreamTypeCode(unsigned mdType, int typeId) {
@@ -214,6 +235,18 @@ std::string CatalogueJson() {
   w.Key("members");
   w.StartArray();
   for (const Member* m : kMembers) WriteMember(w, *m);
+  w.EndArray();
+  w.Key("indexes");
+  w.StartArray();
+  for (const Index* x : kIndexes) WriteIndex(w, *x);
+  w.EndArray();
+  w.Key("notes");
+  w.StartArray();
+  for (const Note& n : kNotes) {
+    w.StartObject();
+    TextMembers(w, {{"subject", n.subject}, {"kind", n.kind}, {"text", n.text}});
+    w.EndObject();
+  }
   w.EndArray();
   w.EndObject();
   return std::string(buffer.GetString(), buffer.GetSize()) + "\n";

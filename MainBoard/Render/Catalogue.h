@@ -63,6 +63,23 @@ struct Member {
   const char* paths;
 };
 
+// A counter or ID of the documents: Base is the number of the first entry.
+struct Index {
+  const char* id;
+  const char* kinds;
+  int base;
+  const char* paths;  // blank-separated "document:path" entries
+  const char* meaning;
+};
+
+// What a screen must know about an item or table: kind "data", "absent" or
+// "oddity" (see Catalogue.def).
+struct Note {
+  const char* subject;
+  const char* kind;
+  const char* text;
+};
+
 namespace text {
 #define CATALOGUE_TEXT(Id, Text) inline constexpr char Id[] = Text;
 #include "Catalogue.def"
@@ -121,6 +138,11 @@ namespace member {
 #include "Catalogue.def"
 }  // namespace member
 
+namespace numbering {
+#define CATALOGUE_INDEX(Id, Kinds, Base, Paths, Meaning) inline constexpr Index Id{#Id, Kinds, Base, Paths, Meaning};
+#include "Catalogue.def"
+}  // namespace numbering
+
 // Row of table::StreamTypes for a record's codec block and header typeId:
 // PCM by its typeId, an unknown block as PCM, the Dolby Digital (Plus)
 // block refined by typeId.
@@ -134,7 +156,8 @@ constexpr unsigned kSpeakerTypeLfe2 = 17;
 // table. Returns a pointer to three floats, static storage.
 const float* SpeakerPosition(unsigned type);
 
-// The whole catalogue as pretty-printed JSON (texts, tables, items, members),
+// The whole catalogue as pretty-printed JSON (texts, tables, items, members,
+// indexes, notes),
 // in the order of Catalogue.def, ending with a newline.
 std::string CatalogueJson();
 

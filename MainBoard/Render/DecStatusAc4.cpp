@@ -159,18 +159,20 @@ void cPADMetadataJsonDecStatus::AddAc4SubstreamItems(unsigned index, const dlb_p
 cPADMetadataJsonDecStatus::Ac4Selection cPADMetadataJsonDecStatus::SelectAc4Presentation(
     const kv_dolby_metadata_t& rec) {
   const dlb_padc_ui_md_ac4_s& ac4 = rec.md.ac4;
+  // The shown presentation counts from the catalogue's base (1).
+  constexpr unsigned base = catalogue::numbering::Ac4ShownPresentation.base;
   Ac4Selection selection{ac4.presentationCount, ac4.activePresentation, 0, false};
   if (selection.count > kAc4MaxPresentations) {
     // More presentations than the record holds: an active index beyond the
     // 16 listed falls back to the first one.
     selection.count = kAc4MaxPresentations;
     if (selection.active > kAc4MaxPresentations - 1) selection.active = 0;
-    selection.shown = selection.active + 1;
+    selection.shown = selection.active + base;
   } else if (selection.count != 0 && selection.active >= selection.count) {
     selection.active = 0;
-    selection.shown = 1;
+    selection.shown = base;
   } else {
-    selection.shown = selection.count == 0 ? 0 : selection.active + 1;
+    selection.shown = selection.count == 0 ? 0 : selection.active + base;
   }
   // With a non-zero count the active index is below the count here, so it
   // addresses a presentation of the record.

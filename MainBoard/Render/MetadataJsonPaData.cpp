@@ -221,7 +221,7 @@ void cMetadataJsonPaData::AddDynamicObjectEntry(const dlb_padc_ui_md_ed2_s& ed2,
   const float y = ReadBlockAt<float>(ed2, position + sizeof(float));
   const float z = ReadBlockAt<float>(ed2, position + 2 * sizeof(float));
   const uint8_t objectId = static_cast<uint8_t>(object);
-  const uint8_t channel = static_cast<uint8_t>(record.channelId + 1);
+  const uint8_t channel = static_cast<uint8_t>(record.channelId + catalogue::numbering::Ed2ObjectChannel.base);
   const char* classText = item::ContentClass.table.Find(record.objectClass);
 
   AppendEntry(objects, [&](Value& entry) {
@@ -247,7 +247,7 @@ void cMetadataJsonPaData::AddBedSource(const dlb_padc_ui_md_ed2_s& ed2, unsigned
   // Taken from the table as they are, without the object transform.
   const float* position = catalogue::SpeakerPosition(static_cast<unsigned>(target));
   const float gain = ReadBlockAt<float>(ed2, Ed2BedGainOffset(bed, set));
-  const uint8_t number = static_cast<uint8_t>(source + 1);
+  const uint8_t number = static_cast<uint8_t>(source + catalogue::numbering::Ed2BedSourceNumber.base);
 
   AppendEntry(sources, [&](Value& entry) {
     AddItem(item::SourceTarget, target, name ? Text(name) : item_text::Decimal(target), entry);

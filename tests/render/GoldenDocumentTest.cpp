@@ -14,9 +14,8 @@
 #include <set>
 
 #include "Catalogue.h"
-#include "RenderTestSupport.h"
+#include "GoldenCases.h"
 #include "common/JsonText.h"
-#include "scenario/Scenario.h"
 #include "schema/DocSchemas.h"
 
 namespace {
@@ -37,31 +36,9 @@ void CompareOrWrite(const fs::path& path, const std::string& text) {
   EXPECT_EQ(expected, text + '\n') << path;
 }
 
-// Calls check(file, document text, schema name) for each document of each golden case.
-void ForEachDocument(const std::function<void(const fs::path&, const std::string&, const char*)>& check) {
-  int cases = 0;
-  for (const fs::directory_entry& file : fs::directory_iterator(GOLDEN_DIR)) {
-    const fs::path path = file.path();
-    const std::string name = path.filename().string();
-    if (path.extension() != ".json" || name.find('.') != name.size() - 5) continue;
-    SCOPED_TRACE(name);
-    ++cases;
-    tools::Scenario scenario;
-    std::string error;
-    ASSERT_TRUE(tools::LoadScenarioFile(path.string(), scenario, error)) << error;
-    ASSERT_EQ(scenario.steps.size(), 1u);
-    const kv_dolby_metadata_t& rec = scenario.steps[0].record;
-    const fs::path stem = path.parent_path() / path.stem();
-    check(stem.string() + ".status.json", Render(rec), "status");
-    if (rec.mdType == DLB_PADC_UI_MD_TYPE_ED2) {
-      check(stem.string() + ".presentation.json", RenderPa(rec, rec.atmosDecode != 0), "presentation");
-    }
-  }
-  EXPECT_GE(cases, 10);
-}
-
 TEST(GoldenDocumentTest, EveryCaseRendersItsFiles) {
-  ForEachDocument([](const fs::path& path, const std::string& text, const char* schema) {
+  ForEachGoldenDocument([](const fs::path& path, const std::string& text, const char* schema,
+                           const kv_dolby_metadata_t&) {
     rapidjson::Document doc;
     doc.Parse(text.c_str(), text.size());
     tools::SchemaViolation violation;
@@ -93,14 +70,15 @@ TEST(GoldenDocumentTest, CatalogueIsCommittedAndItsPathsAreTheDocuments) {
   const std::string text = catalogue::CatalogueJson();
   CompareOrWrite(CATALOGUE_JSON, text.substr(0, text.size() - 1));
   Paths golden;
-  ForEachDocument([&golden](const fs::path&, const std::string& text, const char* schema) {
+  ForEachGoldenDocument([&golden](const fs::path&, const std::string& text, const char* schema,
+                                  const kv_dolby_metadata_t&) {
     CollectPaths(*Parse(text), std::string(schema) + ":", golden);
   });
   rapidjson::Document doc;
   doc.Parse(text.c_str(), text.size());
   ASSERT_TRUE(doc.IsObject());
   std::vector<std::regex> itemPaths;
-  for (const char* list : {"items", "members"}) {
+  for (const char* list : {"items", "members", "indexes"}) {
     for (const auto& entry : doc[list].GetArray()) {
       for (const auto& where : entry["paths"].GetArray()) {
         const std::string path = std::string(where["document"].GetString()) + ":" + where["path"].GetString();
