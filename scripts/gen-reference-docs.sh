@@ -332,6 +332,10 @@ examples).
 EOF
 } >"$dest/README.md"
 
+# The catalogue the renderers compile in (keys, titles, code tables, texts,
+# counters, notes), read by the contract and the field dictionary below.
+"$tap" --catalogue >"$dest/catalogue.json" || die "catalogue failed"
+
 # The UI contract: what a screen can rely on. The stream-kind table is read
 # from the status documents rendered above, the unknown-kind form from a
 # record the renderers are given here.
@@ -419,6 +423,8 @@ A record whose "TypeId" the renderers do not know gives the status document
 \`DolbyProcStatus\` to tell them apart ("Decoding" with \`$unknown_doc\` is an
 unknown stream kind).
 
+$(python3 "$repo/docs/schema/gen-schemas.py" --catalogue "$dest/catalogue.json" --contract)
+
 ## Presentation document and the status document
 
 \`DolbyPAData>>\` belongs to the status document of the same kind: use it only
@@ -434,13 +440,17 @@ presentation document; it outlives the kind change and is to be ignored.
 | \`{}\` | \`DolbyPAData>>\` | decoding switched off |
 | empty payload (0 bytes) | \`DolbyPAData>>\` | republication before any presentation document was rendered |
 | a document cut short | any document | a NaN or infinite float stops the writer where it stands ([field dictionary](fields.md)) |
+| no \`AtmosInfo\` | \`DolbyMetadataGrp\` | Dolby Digital (Plus) without object audio decoded ("IsAtmosPresent" false) |
+| no \`Type\` item | \`DolbyMetadataGrp\` | an AC-4 document: "TypeId" 24 tells the kind |
+| no \`Presentations\` | \`DolbyPAData>>\` | objects not decoded, no presentation, or "ActivePANo" at or above "NoPresentations" (the counts stay) |
 | a missing key | status, presentation | the item does not apply to this stream or this record: see each item's presence in the [field dictionary](fields.md) |
+
+Each form is described in its schema ([docs/schema](../schema/README.md)); the
+empty payload, which is not JSON, in the presentation schema's "emptyPayload".
 EOF
 } >"$dest/ui-contract.md"
 
-# The catalogue the renderers compile in (keys, titles, code tables, texts),
-# and the field dictionary that comes with the JSON Schemas from it.
-"$tap" --catalogue >"$dest/catalogue.json" || die "catalogue failed"
+# The field dictionary that comes with the JSON Schemas from the catalogue.
 python3 "$repo/docs/schema/gen-schemas.py" --catalogue "$dest/catalogue.json" --dictionary "$dest/fields.md" ||
   die "field dictionary failed"
 # The exporter's metrics, named and described from the same catalogue.

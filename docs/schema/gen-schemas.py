@@ -9,6 +9,7 @@ renderer changes; `--check` fails when a committed schema differs.
 
     docs/schema/gen-schemas.py [--check] [--catalogue FILE]
     docs/schema/gen-schemas.py --dictionary FILE   only the field dictionary, to FILE
+    docs/schema/gen-schemas.py --contract          the UI contract's catalogue sections, to stdout
 
 It also writes the field dictionary, docs/reference/fields.md (which
 scripts/gen-reference-docs.sh writes and checks with the other pages).
@@ -91,6 +92,29 @@ TABLES = {t["id"]: t for t in CAT["tables"]}
 ITEMS = {i["id"]: i for i in CAT["items"]}
 MEMBERS = {m["id"]: m for m in CAT["members"]}
 TXT = CAT["texts"]
+INDEXES = CAT["indexes"]
+NOTES = CAT["notes"]
+KIND_NAMES = {"pcm": "PCM", "dd": "Dolby Digital", "ddp": "Dolby Digital Plus", "dolby-e": "Dolby E",
+              "ac4": "AC-4", "ed2": "ED2"}
+
+
+def notes_of(subject, kind):
+    return [n["text"] for n in NOTES if n["subject"] == subject and n["kind"] == kind]
+
+
+def where(paths):
+    """"document:path" entries of the catalogue as "document:path" strings."""
+    return {"%s:%s" % (p["document"], p["path"]) for p in paths}
+
+
+def numbering(paths, kinds=None):
+    """Where the counters at these paths start, in words ("" when none is)."""
+    out = []
+    for x in INDEXES:
+        if where(x["paths"]) & set(paths) and (kinds is None or set(x["kinds"]) & set(kinds)):
+            out.append(x["meaning"] if x["meaning"].startswith("always") else
+                       "counts from %d: %s" % (x["base"], x["meaning"]))
+    return "; ".join(out)
 DTYPE = {"integer": "i", "number": "n", "boolean": "b", "string": "s"}
 BED = TABLES["SpeakerTypes"]["texts"][1:]
 BED_LIST = "^( (" + "|".join(BED) + "))*$"
@@ -126,9 +150,14 @@ def ci(item_id, data=None, doc=None, decimal=None, pattern=None, extra=()):
             notes.append("title %s for a code outside the table" % json.dumps(it["otherTitle"]))
     if it["absent"] is not None:
         values.append(it["absent"])
-        notes.append("absent or not applicable: %s" % json.dumps(it["absent"], ensure_ascii=False))
+        notes.append("%s when: %s" % (json.dumps(it["absent"], ensure_ascii=False),
+                                      "; ".join(notes_of(item_id, "absent"))))
     if it["unit"]:
         notes.append("unit: %s" % it["unit"])
+    counted = numbering(where(it["paths"]), it["kinds"])
+    if counted:
+        notes.insert(0, counted)
+    notes[0:0] = notes_of(item_id, "data")
     if doc:
         notes.insert(0, doc)
     # Without a table, decimal, pattern or extra texts "Desc" is free text.
@@ -157,14 +186,12 @@ def key(member_id):
 
 # ---- common "StatusInfo" items
 COMMON = {
-    "StreamType": ci("StreamType", {"enum": [0, 1, 16, 21, 24, 28, 60]}, "\"Data\" is the header's typeId"),
+    "StreamType": ci("StreamType", {"enum": [0, 1, 16, 21, 24, 28, 60]}),
     "SignalType": ci("SignalType", {"minimum": 0}),
-    "Pair": ci("Pair", {"minimum": 0}, "channel pair of the input (0 when there is no input type)",
-               decimal=True),
+    "Pair": ci("Pair", {"minimum": 0}, decimal=True),
     "AtmosPresent": ci("AtmosPresent"),
     "AtmosDecode": ci("AtmosDecode", {"enum": [0, 1]}),
-    "FrameRate": ci("FrameRate", None, "frames per second (the code / 100); \"Desc\" printed with 6 "
-                    "decimals when the code has no text", decimal=False, pattern=r"^[0-9]+\.[0-9]{6}$"),
+    "FrameRate": ci("FrameRate", None, decimal=False, pattern=r"^[0-9]+\.[0-9]{6}$"),
     "PrgCfg": ci("PrgCfg", extra=[""]),
     "MetadataID": ci("MetadataID", {"minimum": 0, "maximum": 65535}, decimal=True),
     "ChannelConfig": ci("ChannelConfig", {"minimum": 0}),
@@ -184,6 +211,17 @@ def block(block_id, entry, lo=1, hi=1, extra=None):
     return obj(p)
 
 
+def kinds_of(type_ids):
+    """The stream kinds of TypeIds."""
+    return {{0: "pcm", 1: "dd", 16: "ddp", 21: "ddp", 24: "ac4", 28: "dolby-e", 60: "ed2"}[t] for t in type_ids}
+
+
+def explained(item_id):
+    """The data notes and numbering of an item whose schema is written here."""
+    it = ITEMS[item_id]
+    return "; ".join(notes_of(item_id, "data") + [numbering(where(it["paths"]), it["kinds"])]).strip("; ")
+
+
 def head(type_ids, md=None, programs=None, current=None, streams=None, atmos=True):
     def described(schema, text):
         return dict(schema, description=text)
@@ -195,7 +233,7 @@ def head(type_ids, md=None, programs=None, current=None, streams=None, atmos=Tru
                                 "metadata block of the record: 0 Dolby E, 1 Dolby Digital (Plus), 2 ED2, 3 AC-4"),
          key("NoOfPrograms"): described(programs or const_int(0), "programs (Dolby E) or presentations (AC-4)"),
          key("CurrentProgram"): described(current or const_int(0),
-                                          "monitored program (Dolby E; 0 all) or shown presentation (AC-4, from 1)")}
+                                          numbering({"status:CurrentProgram"}, kinds_of(type_ids)))}
     if streams:
         p[key("NoOfStreams")] = described(streams, "AC-4: presentations; ED2: 2 with the object pair, else 1; "
                                           "Dolby E: 0")
@@ -212,33 +250,32 @@ PCM = obj(dict(head([0], streams=None, atmos=False),
 # ---- Dolby Digital (Plus)
 DDP_OBJECT = obj(props(
     ("ObjectType", ci("ObjectType", {"enum": [False]}, extra=[])),
-    ("DialogueClass", ci("DialogueClass", {"enum": [0, 1]}, "\"Data\" 1 for dialogue, else 0")),
-    ("PositionX", ci("PositionX", doc="\"Data\" 2x-1 (-1 left .. 1 right), \"Desc\" x (0..1)",
-                     pattern=TWO_DECIMALS)),
-    ("PositionY", ci("PositionY", doc="\"Data\" 1-2y (1 front .. -1 back), \"Desc\" y (0..1)",
-                     pattern=TWO_DECIMALS)),
-    ("PositionZ", ci("PositionZ", doc="\"Data\" and \"Desc\" z (0..1)", pattern=TWO_DECIMALS))))
+    ("DialogueClass", ci("DialogueClass", {"enum": [0, 1]})),
+    ("PositionX", ci("PositionX", pattern=TWO_DECIMALS)),
+    ("PositionY", ci("PositionY", pattern=TWO_DECIMALS)),
+    ("PositionZ", ci("PositionZ", pattern=TWO_DECIMALS))))
 ATMOS_INFO = block("AtmosInfoBlock", obj(dict({key("PaObjects"): arr(DDP_OBJECT, 0, 15)}, **props(
     ("BedObjectConf", item(ITEMS["BedObjectConf"]["title"], "i", texts(pattern=BED_LIST),
-                           {"minimum": 0, "maximum": 17}, "count of bed channels; names in \"Desc\"")),
+                           {"minimum": 0, "maximum": 17}, explained("BedObjectConf"))),
     ("ComplexityIndex", ci("ComplexityIndex", decimal=True)),
     ("NumDynObjects", ci("NumDynObjects", {"minimum": 0}, "as received; \"PaObjects\" lists at most 15",
                          decimal=True)),
     "SurroundTrim", "HeightTrim"))))
 
 
-def section(section_id, desc, items):
+def section(section_id, desc, items, kinds):
     it = ITEMS[section_id]
     return obj({it["key"]: obj({"Title": {"enum": [it["title"]]}, "Data": {"type": "integer", "minimum": 0},
-                                "Desc": desc, key("ExData"): arr(obj(items), 1, 1)})})
+                                "Desc": desc, key("ExData"): arr(obj(items), 1, 1)},
+                               doc=numbering(where(it["paths"]), kinds) or None)})
 
 
-def sections(desc, bitstream, informational):
+def sections(desc, bitstream, informational, kinds):
     return {"type": "array", "minItems": 3, "maxItems": 3, "items": [
-        section("BitstreamInfo", desc, bitstream),
-        section("Informational", desc, informational),
+        section("BitstreamInfo", desc, bitstream, kinds),
+        section("Informational", desc, informational, kinds),
         section("Downmixing", desc, props("Dmixmod", "Ltrtcmixlev", "Ltrtsurmixlev", "Lorocmixlev",
-                                          "Lorosurmixlev"))],
+                                          "Lorosurmixlev"), kinds)],
         "additionalItems": False}
 
 
@@ -249,8 +286,8 @@ SUBSTREAM = sections(texts(TXT["MainSubstream"]), props(
     ("Datarate", ci("Datarate", decimal=True)),
     "Acmod", "Lfeon", DIALNORM), props(
     "Bsmod",
-    ("SubstreamDsurmod", ci("SubstreamDsurmod", doc="meaningful only with Acmod 2 (2/0)")),
-    "Mixlevel", *COMMON_INFO, "Adconvtyp"))
+    "SubstreamDsurmod",
+    "Mixlevel", *COMMON_INFO, "Adconvtyp"), ["dd", "ddp"])
 DDP = obj(dict(head([1, 16, 21]),
                StatusInfo=block("StatusInfoBlock",
                                 entry(["StreamType", "AtmosPresent", "SignalType", "Pair", "OutputChannelConfig"])),
@@ -263,7 +300,7 @@ DDP = obj(dict(head([1, 16, 21]),
 # ---- Dolby E
 PROGRAM = sections(texts(decimal=True), props(DIALNORM, "Acmod", "Lfeon"), props(
     "Bsmod", "Bwlpfon", "Cmixlev", "Surmixlev", "RfPrEmph", "ProgramDsurmod", "Audprodie", "Mixlevel",
-    *COMMON_INFO, "ComprProfile", ("DynrngProfile", ci("DynrngProfile", doc="\"Data\" 65535 reads \"Unknown\""))))
+    *COMMON_INFO, "ComprProfile", "DynrngProfile"), ["dolby-e"])
 DOLBYE = obj(dict(head([28], programs={"type": "integer", "minimum": 0, "maximum": 255},
                        current={"type": "integer", "minimum": 0, "maximum": 255},
                        streams=const_int(0)),
@@ -336,11 +373,19 @@ ED2 = obj(dict(head([60], streams=const_int(1, 2)),
 
 EMPTY = {"type": "object", "maxProperties": 0,
          "description": "\"{}\": no document (decoding off, or a stream type not described)"}
+STATUS_EMPTY = dict(EMPTY, description="\"{}\": decoding switched off, or a TypeId the renderers do not "
+                                       "describe; DolbyProcStatus tells them apart (\"Decoding\" with {} is an "
+                                       "unknown stream type)")
+PRESENTATION_EMPTY = dict(EMPTY, description="\"{}\": decoding switched off")
+# Not JSON, so no schema applies to it; said here so that the schema speaks
+# for every payload of the topic. plovrest-tap --validate reports it as such.
+EMPTY_PAYLOAD = ("An empty payload (0 bytes): a republication before any presentation document was "
+                 "rendered; it carries no data")
 
 
 def keyed(kinds):
     """A kind is chosen by "TypeId"; anything else must be the empty object."""
-    return {"oneOf": kinds + [EMPTY]}
+    return {"oneOf": kinds + [STATUS_EMPTY]}
 
 
 STATUS = dict({"$schema": DRAFT, "title": "Decoder status document",
@@ -351,44 +396,46 @@ STATUS = dict({"$schema": DRAFT, "title": "Decoder status document",
 # ---- ED2 presentation and object document (MainBoard/Render/MetadataJsonPaData.cpp)
 POSITION = dict(pattern=TWO_DECIMALS)
 PA_OBJECT = obj(props(
-    ("ObjectType", ci("ObjectType", doc="true for a bed entry")),
+    "ObjectType",
     ("ContentClass", ci("ContentClass", {"enum": [0, 1]})),
     ("SpeakerConfig", item(ITEMS["SpeakerConfig"]["title"], "s", texts(ITEMS["SpeakerConfig"]["absent"],
                                                                        pattern=BED_LIST),
-                           {"pattern": r"^(1\.0|[0-9]+-[0-9]+)$"},
-                           "\"Data\" %s for a dynamic object, \"<full-range>-<LFE>\" for a bed"
-                           % json.dumps(TXT["DynamicObjectLayout"]))),
+                           {"pattern": r"^(1\.0|[0-9]+-[0-9]+)$"}, explained("SpeakerConfig"))),
     ("PositionX", ci("PositionX", **POSITION)),
     ("PositionY", ci("PositionY", **POSITION)),
     ("PositionZ", ci("PositionZ", **POSITION)),
     ("ObjectId", ci("ObjectId", {"minimum": 0, "maximum": 255}, decimal=True)),
     ("ChannelId", item(ITEMS["ChannelId"]["title"], "i", texts(decimal=True, pattern=BED_LIST),
-                       {"minimum": 0, "maximum": 255})),
+                       {"minimum": 0, "maximum": 255}, explained("ChannelId"))),
     ("ObjectGain", ci("ObjectGain", **POSITION))))
 TWO = texts(pattern=TWO_DECIMALS)
 BED_SOURCE = obj(props(
     "SourceTarget",
     ("SourceNumber", ci("SourceNumber", {"minimum": 1, "maximum": 255}, decimal=True)),
     ("ObjectGain", item(ITEMS["ObjectGain"]["title"], "n", TWO)),
-    ("PositionX", item(ITEMS["PositionX"]["title"], "n", TWO, {"enum": [-1, 0, 1]})),
-    ("PositionY", item(ITEMS["PositionY"]["title"], "n", TWO, {"enum": [-1, 0, 1]})),
-    ("PositionZ", item(ITEMS["PositionZ"]["title"], "n", TWO, {"enum": [0, 1]}))))
+    ("PositionX", item(ITEMS["PositionX"]["title"], "n", TWO, {"enum": [-1, 0, 1]}, explained("PositionX"))),
+    ("PositionY", item(ITEMS["PositionY"]["title"], "n", TWO, {"enum": [-1, 0, 1]}, explained("PositionY"))),
+    ("PositionZ", item(ITEMS["PositionZ"]["title"], "n", TWO, {"enum": [0, 1]}, explained("PositionZ")))))
 PA_BED = {"type": "object", "additionalProperties": False, "properties": dict(props(
     ("SpeakerConfig", PA_OBJECT["properties"]["SpeakerConfig"]),
     ("NoSources", ci("NoSources", decimal=True))), **{key("Sources"): arr(BED_SOURCE)}),
     "description": "the first bed the presentation includes; empty when none"}
 PRESENTATION = dict({"$schema": DRAFT, "title": "ED2 presentation and object document",
-                     "description": "Published on \"DolbyPAData>>\" for ED2 streams."},
+                     "description": "Published on \"DolbyPAData>>\" for ED2 streams; it belongs to the "
+                                    "status document only while that has TypeId 60. " + EMPTY_PAYLOAD + ".",
+                     "emptyPayload": EMPTY_PAYLOAD},
                     oneOf=[obj({
                         key("TS"): {"type": "integer"},
                         key("NoPresentations"): {"type": "integer", "minimum": 0, "maximum": 16},
                         key("ActivePANo"): {"type": "integer"},
                         key("ActivePAName"): {"type": "string"},
                         key("Presentations"): arr(obj(dict(props(
-                            ("PresentationName", ci("PresentationName", {"enum": [True]},
-                                                    "\"Data\" is always true; the name is \"Desc\""))),
+                            ("PresentationName", ci("PresentationName", {"enum": [True]}))),
                             **{key("PaObjects"): arr(PA_OBJECT), key("PaBed"): PA_BED})), 1, 16)},
-                        ["TS", "NoPresentations", "ActivePANo", "ActivePAName"]), EMPTY])
+                        ["TS", "NoPresentations", "ActivePANo", "ActivePAName"],
+                        "the presentations; without \"Presentations\" when objects are not decoded, "
+                        "NoPresentations is 0 or above 16, or ActivePANo is at or above NoPresentations"),
+                           PRESENTATION_EMPTY])
 
 DECODER_STATE = {"$schema": DRAFT, "title": "Decoder state message",
                  "description": "Published on DolbyProcStatus with every status document.",
@@ -528,10 +575,122 @@ def dictionary():
         lines += table(schema, "## Status document: %s (%s)" % (kind, schema.get("description", "")))
     lines += table(PRESENTATION["oneOf"][0], "## ED2 presentation and object document (`DolbyPAData>>`)")
     lines += table(DECODER_STATE, "## Decoder state (`DolbyProcStatus`)")
+    lines += counters() + code_tables() + same_key_readings()
+    return "\n".join(lines) + "\n"
+
+
+def kinds_text(kinds):
+    return ", ".join(KIND_NAMES[k] for k in kinds)
+
+
+def counters():
+    """Where every counter and ID starts."""
+    lines = ["", "## Counters and IDs: where each starts", "",
+             "The number that stands for the first entry, per counter; the renderers add it",
+             "where they count from 1.", "",
+             "| JSON Pointer | stream kinds | first entry | meaning |", "|---|---|---|---|"]
+    for x in INDEXES:
+        at = "<br>".join("%s `%s`" % (p["document"], pointer(p["path"])) for p in x["paths"])
+        lines.append("| %s | %s | %d | %s |" % (at, kinds_text(x["kinds"]), x["base"], cell(x["meaning"])))
+    return lines
+
+
+def readings(t):
+    """(code, text) rows of a code table, and the text of any other code."""
+    codes = t.get("codes") or range(t.get("first", 0), t.get("first", 0) + len(t["texts"]))
+    other = json.dumps(t["unknown"], ensure_ascii=False) if t["unknown"] is not None else "the code in decimal"
+    return list(zip(codes, t["texts"])), other
+
+
+def code_tables():
+    """Every code table with the stream kinds and items that read it."""
+    lines = ["", "## Code tables by stream kind", "",
+             "Each table with the stream kinds whose documents read it and the items that",
+             "do. **Designed** marks a reading that is as the device has always shown it,",
+             "though it may look wrong; a screen shows \"Desc\" as it comes."]
+    for t in CAT["tables"]:
+        users = [i for i in CAT["items"] if i["table"] == t["id"]]
+        if not users:
+            continue
+        lines += ["", "### %s" % t["id"], "",
+                  "Read by %s in %s." % (", ".join(sorted({"`%s`" % i["key"] for i in users})),
+                                         kinds_text(t["kinds"]))]
+        for n in notes_of(t["id"], "oddity"):
+            lines += ["", "**Designed:** %s." % n]
+        if t.get("rule"):
+            lines += ["", "Texts %s, the row chosen by: %s." % (
+                ", ".join(json.dumps(x, ensure_ascii=False) for x in t["texts"]), t["rule"])]
+            continue
+        rows_, other = readings(t)
+        lines += ["", "| code | \"Desc\" |", "|---|---|"]
+        lines += ["| %d | %s |" % (c, cell(json.dumps(x, ensure_ascii=False))) for c, x in rows_]
+        lines.append("| any other | %s |" % cell(other))
+    return lines
+
+
+def same_key_readings():
+    """Keys whose codes read differently from one stream kind to another."""
+    lines = ["", "## Same key, different reading", "",
+             "Items with the same key whose codes other stream kinds read through another",
+             "table; \"differs\" marks the codes a screen must not share between them."]
+    by_key = {}
+    for i in CAT["items"]:
+        t = TABLES.get(i["table"]) if i["table"] else None
+        if t and not t.get("rule"):
+            by_key.setdefault(i["key"], {}).setdefault(t["id"], set()).update(i["kinds"])
+    for k, tables in by_key.items():
+        if len(tables) < 2:
+            continue
+        ids = list(tables)
+        read = [dict(readings(TABLES[t])[0]) for t in ids]
+        others = [readings(TABLES[t])[1] for t in ids]
+        lines += ["", "### `%s`" % k, "",
+                  "| code | " + " | ".join("%s (%s)" % (kinds_text(sorted(tables[t], key=list(KIND_NAMES).index)), t)
+                                            for t in ids) + " | |",
+                  "|---|" + "---|" * len(ids) + "---|"]
+        for c in sorted(set().union(*read)):
+            texts_ = [json.dumps(r[c], ensure_ascii=False) if c in r else o + " (any other)"
+                      for r, o in zip(read, others)]
+            shown = [r.get(c, o) for r, o in zip(read, others)]
+            lines.append("| %d | %s | %s |" % (c, " | ".join(cell(x) for x in texts_),
+                                                "differs" if len(set(shown)) > 1 else ""))
+        lines.append("| any other | %s | %s |" % (" | ".join(cell(o) for o in others),
+                                                   "differs" if len(set(others)) > 1 else ""))
+    return lines
+
+
+def contract():
+    """The UI contract's sections written from the catalogue: counters, and
+    items whose "Data" is not the code that "Desc" reads."""
+    lines = ["## Counting: where each number starts", "",
+             "Numbers count from 0 unless this table says 1; every counter and ID is listed",
+             "in the [field dictionary](fields.md#counters-and-ids-where-each-starts).", "",
+             "| number | stream kinds | first | meaning |", "|---|---|---|---|"]
+    for x in INDEXES:
+        at = ", ".join("`%s`" % pointer(p["path"]) for p in x["paths"])
+        lines.append("| %s | %s | %d | %s |" % (at, kinds_text(x["kinds"]), x["base"], cell(x["meaning"])))
+    lines += ["", "## \"Data\" and \"Desc\"", "",
+              "\"Desc\" is the text to show. \"Data\" is mostly the code or value that \"Desc\"",
+              "reads, but not for these items:", "", "| item | stream kinds | \"Data\" |", "|---|---|---|"]
+    for n in NOTES:
+        if n["kind"] != "data":
+            continue
+        it = ITEMS[n["subject"]]
+        lines.append("| `%s` (%s) | %s | %s |" % (it["key"], it["title"] or it["id"], kinds_text(it["kinds"]),
+                                                  cell(n["text"])))
+    lines += ["", "Where a value is absent the item stays and \"Desc\" shows a fixed text (\"Not",
+              "present\", \"-\", \"Unavailable\", \"-inf dB\"); which text, and when, is given per item in",
+              "the [field dictionary](fields.md). Codes a table does not list read the table's",
+              "text for any other code (\"Unknown\" for AC-4, the code in decimal or \"\" for Dolby",
+              "Digital): see the dictionary's code tables, with the readings that differ",
+              "between stream kinds under [Same key, different reading](fields.md#same-key-different-reading)."]
     return "\n".join(lines) + "\n"
 
 
 def main():
+    if "--contract" in sys.argv:  # for gen-reference-docs.sh
+        sys.stdout.write(contract())
+        return 0
     if "--dictionary" in sys.argv:  # for gen-reference-docs.sh
         pathlib.Path(sys.argv[sys.argv.index("--dictionary") + 1]).write_text(dictionary(), encoding="utf-8")
         return 0

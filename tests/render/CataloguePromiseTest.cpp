@@ -343,6 +343,10 @@ TEST(CataloguePromiseTest, EmptyAndPartialFormsAreValid) {
     });
     EXPECT_TRUE(found) << "no such golden case";
   }
+  // The 0-byte payload, not JSON, is a form of the presentation topic only.
+  EXPECT_NE(tools::EmptyPayloadMeaning("presentation"), nullptr);
+  EXPECT_EQ(tools::EmptyPayloadMeaning("status"), nullptr);
+  EXPECT_EQ(tools::EmptyPayloadMeaning("decoder-state"), nullptr);
 }
 
 }  // namespace

@@ -131,6 +131,10 @@ TEST(DocCheck, NamesTheFirstViolationOrTheCut) {
       // The empty forms of docs/reference/ui-contract.md: accepted, the 0-byte one named as such.
       {topic::kDolbyPAData, "{}", Kind::Ok, "", ""},
       {topic::kDolbyPAData, "", Kind::Empty, "", ""},
+      {topic::kDolbyPADataRepub, "", Kind::Empty, "", ""},
+      // The daemon never sends a 0-byte status document or decoder state.
+      {topic::kDolbyMetadataGrpRepub, "", Kind::Invalid, "", ""},
+      {topic::kDolbyProcStatus, "", Kind::Invalid, "", ""},
   };
   for (const auto& c : cases) {
     const tap::DocCheck check = tap::CheckDocument(c.topic, c.payload);

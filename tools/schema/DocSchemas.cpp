@@ -106,6 +106,14 @@ bool ValidateDocument(const std::string& name, const Value& doc, SchemaViolation
   return false;
 }
 
+const char* EmptyPayloadMeaning(const std::string& name) {
+  auto it = Schemas().find(name);
+  if (it == Schemas().end() || !it->second.source.IsObject()) return nullptr;
+  auto meaning = it->second.source.FindMember("emptyPayload");
+  if (meaning == it->second.source.MemberEnd() || !meaning->value.IsString()) return nullptr;
+  return meaning->value.GetString();
+}
+
 const char* SchemaForTopic(const std::string& topic) {
   if (topic == topic::kDolbyMetadataGrp || topic == topic::kDolbyMetadataGrpRepub) return "status";
   if (topic == topic::kDolbyPAData || topic == topic::kDolbyPADataRepub) return "presentation";

@@ -26,6 +26,11 @@ struct SchemaViolation {
 // one inside that kind. Thread-safe; the schemas are compiled on first use.
 bool ValidateDocument(const std::string& name, const rapidjson::Value& doc, SchemaViolation& out);
 
+// What schema `name` says an empty (0-byte) payload on its topics means (its
+// root "emptyPayload"; static storage while the program runs), or null when
+// such a payload is not one of its forms or there is no such schema.
+const char* EmptyPayloadMeaning(const std::string& name);
+
 // The schema of what the daemon publishes on `topic`, or null for a topic
 // without one (the decoder's records, for example).
 const char* SchemaForTopic(const std::string& topic);

@@ -68,7 +68,10 @@ class PathTracker : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, PathT
 DocCheck CheckDocument(const std::string& topic, const std::string& payload) {
   DocCheck check;
   if (payload.empty()) {
-    check.kind = DocCheck::Kind::Empty;
+    // One of the topic's forms when its schema says what it means.
+    const char* schema = tools::SchemaForTopic(topic);
+    const bool described = schema == nullptr || tools::EmptyPayloadMeaning(schema) != nullptr;
+    check.kind = described ? DocCheck::Kind::Empty : DocCheck::Kind::Invalid;
     return check;
   }
   if (payload.size() == kRecordSize && payload[0] != '{') return check;  // a decoder record
