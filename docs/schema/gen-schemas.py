@@ -219,7 +219,8 @@ def kinds_of(type_ids):
 def explained(item_id):
     """The data notes and numbering of an item whose schema is written here."""
     it = ITEMS[item_id]
-    return "; ".join(notes_of(item_id, "data") + [numbering(where(it["paths"]), it["kinds"])]).strip("; ")
+    parts = notes_of(item_id, "data") + [numbering(where(it["paths"]), it["kinds"])]
+    return "; ".join(p for p in parts if p)
 
 
 def head(type_ids, md=None, programs=None, current=None, streams=None, atmos=True):

@@ -78,13 +78,6 @@ std::string KindOf(const Value& doc, const std::string& schema) {
   }
 }
 
-// A "document:path" pattern of the catalogue ([i] any index) as a regex.
-std::regex PathRegex(const Value& where) {
-  const std::string path = std::string(where["document"].GetString()) + ":" + where["path"].GetString();
-  const std::string escaped = std::regex_replace(path, std::regex(R"([.\[\]])"), R"(\$&)");
-  return std::regex(std::regex_replace(escaped, std::regex(R"(\\\[i\\\])"), R"(\[[0-9]+\])"));
-}
-
 // Calls visit(path, item) for every item object (one with a "Title") of a
 // document, path as "document:StatusInfo.ExData[0].Type".
 template <typename Visit>
@@ -126,7 +119,7 @@ struct ItemPattern {
 std::vector<ItemPattern> ItemPatterns() {
   std::vector<ItemPattern> out;
   for (const Value& it : CatalogueDoc()["items"].GetArray()) {
-    for (const Value& where : it["paths"].GetArray()) out.push_back({&it, PathRegex(where)});
+    for (const Value& where : it["paths"].GetArray()) out.push_back({&it, CataloguePathRegex(where)});
   }
   return out;
 }

@@ -7,7 +7,10 @@
 
 #include <filesystem>
 #include <functional>
+#include <regex>
 #include <string>
+
+#include <rapidjson/document.h>
 
 #include "RenderTestSupport.h"
 #include "scenario/Scenario.h"
@@ -41,6 +44,14 @@ inline void ForEachGoldenDocument(
     }
   }
   EXPECT_GE(cases, 10);
+}
+
+// A catalogue place {"document", "path"} ([i] any index) as a regex over
+// "document:path" strings such as "status:StatusInfo.ExData[0].Type".
+inline std::regex CataloguePathRegex(const rapidjson::Value& where) {
+  const std::string path = std::string(where["document"].GetString()) + ":" + where["path"].GetString();
+  const std::string escaped = std::regex_replace(path, std::regex(R"([.\[\]])"), R"(\$&)");
+  return std::regex(std::regex_replace(escaped, std::regex(R"(\\\[i\\\])"), R"(\[[0-9]+\])"));
 }
 
 }  // namespace render_test
